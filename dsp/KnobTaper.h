@@ -1,0 +1,36 @@
+// Knob tapers: map a knob value 0..1 to a control value (a gain, a frequency
+// in Hz or a gain in dB). Knob arithmetic is single precision except where a
+// step is stated in double.
+#pragma once
+
+struct KnobTaper {
+  float* coefs;       // polynomial coefficients, highest power first (type 3)
+  int taperType;      // 0 power, 1 x^sqrt2, 2 arctangent, 3 polynomial, else linear
+  double rangeEnd;    // control value at knob 1 (the range flips if below rangeStart)
+  double rangeStart;  // control value at knob 0
+  float scale;
+  float center;
+  float offset;
+  float exponent;
+  int coefCount;      // number of polynomial coefficients (type 3)
+};
+
+// Control value of knob value x under taper t:
+//   shape f (type 0: offset + scale*pow(x - center, exponent)), then
+//   r = rangeStart + f*(rangeEnd - rangeStart) (or the flipped range).
+double evaluateTaper(const KnobTaper& taper, float x);
+
+// The effect's six tapers. The end points that the effect holds as members
+// carry their default values here; the effect overwrites them at setup.
+// sustain: 0.1 + 0.9*x^2
+inline constexpr KnobTaper kSustainTaper{nullptr, 0, 1.0, 0.1, 1.0f, 0.0f, 0.0f, 2.0f, 0};
+// volume: x^3 (rangeStart = volume low end, default 0.0)
+inline constexpr KnobTaper kVolumeTaper{nullptr, 0, 1.0, 0.0, 1.0f, 0.0f, 0.0f, 3.0f, 0};
+// tone level: 1.0 at tone 0 down to 0.188364909 (-14.5 dB) at tone 1
+inline constexpr KnobTaper kToneLevelTaper{nullptr, 0, 1.0, 0.188364909, -1.0f, 0.0f, 1.0f, 1.0f, 0};
+// peaking frequency: 390 + 1710*(1 - x)^2 Hz
+inline constexpr KnobTaper kToneFrequencyTaper{nullptr, 0, 2100.0, 390.0, 1.0f, 1.0f, 0.0f, 2.0f, 0};
+// peaking gain: -6 + 6*(1 - x)^2 dB
+inline constexpr KnobTaper kToneGainTaper{nullptr, 0, 0.0, -6.0, 1.0f, 1.0f, 0.0f, 2.0f, 0};
+// 12 kHz shelf gain: 37*(1 - (1 - x)^2) dB
+inline constexpr KnobTaper kToneShelfTaper{nullptr, 0, 37.0, 0.0, -1.0f, 1.0f, 1.0f, 2.0f, 0};
