@@ -53,6 +53,13 @@ constexpr std::size_t speakerArrangementBytes(std::size_t numChannels) {
   return offsetof(VstSpeakerArrangement, speakers) + numChannels * sizeof(VstSpeakerProperties);
 }
 
+// Speaker record `i` of an arrangement allocated with at least i + 1 records
+// (the index may exceed the declared 8).
+inline VstSpeakerProperties* speakerAt(VstSpeakerArrangement* arrangement, std::size_t i) {
+  return reinterpret_cast<VstSpeakerProperties*>(reinterpret_cast<char*>(arrangement) +
+                                                 speakerArrangementBytes(i));
+}
+
 // Parameter description a host asks for: 152 bytes. Hosts hand over at least
 // 154 bytes (kParameterPropertiesBufferSize); the two bytes behind the record
 // belong to the effect, never to a sizeof of this struct.
