@@ -1,0 +1,7 @@
+#include "frame/PluginFactory.h"
+
+#include "effect/VELTRAX.h"
+
+AudioEffect* createPluginFilter(audioMasterCallback audioMaster) {
+  return new VELTRAX(audioMaster);
+}

@@ -1,0 +1,16 @@
+# End-to-end tests of the effect: they load the built module with dlopen and
+# drive it only through the AEffect record and vtable positions.
+add_library(veltrax_module_host STATIC support/ModuleHost.cpp)
+target_include_directories(veltrax_module_host PUBLIC ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR})
+target_compile_definitions(veltrax_module_host PUBLIC VELTRAX_MODULE_PATH="$<TARGET_FILE:veltrax_module>")
+target_link_libraries(veltrax_module_host PUBLIC ${CMAKE_DL_LIBS})
+add_dependencies(veltrax_module_host veltrax_module)
+
+foreach(area plugin_entry parameters_programs signal_chain)
+  veltrax_test(${area}_test SOURCES ${area}_test.cpp LIBS veltrax_module_host LABELS effect e2e)
+endforeach()
+
+add_test(NAME module_exports_only_entry_functions
+         COMMAND ${CMAKE_COMMAND} -DMODULE=$<TARGET_FILE:veltrax_module>
+                 -P ${CMAKE_CURRENT_SOURCE_DIR}/support/check_exports.cmake)
+set_tests_properties(module_exports_only_entry_functions PROPERTIES LABELS "effect;e2e")

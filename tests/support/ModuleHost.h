@@ -1,0 +1,104 @@
+// A minimal host for end-to-end tests: loads the built module with dlopen,
+// creates instances through its entry functions and drives them only through
+// the AEffect record and vtable positions, as the maker's host does.
+#pragma once
+
+#include <dlfcn.h>
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "frame/AEffect.h"
+
+namespace testhost {
+
+using EntryFunction = void* (*)(audioMasterCallback);
+
+// Host-side view of the interface object: vtable pointer, then the record.
+struct InterfaceObject {
+  virtual ~InterfaceObject() = default;
+  AEffect* effect;
+};
+
+// Answers the version query with 2400 and everything else with 0.
+intptr_t answeringHost(AEffect*, int32_t opcode, int32_t, intptr_t, void*, float);
+
+class Module {
+ public:
+  explicit Module(const char* path = VELTRAX_MODULE_PATH);
+  ~Module();
+  Module(const Module&) = delete;
+  Module& operator=(const Module&) = delete;
+
+  EntryFunction getinterface() const { return getinterface_; }
+  EntryFunction qTypeIF() const { return qTypeIF_; }
+  void* symbol(const char* name) const { return dlsym(handle_, name); }
+
+ private:
+  void* handle_ = nullptr;
+  EntryFunction getinterface_ = nullptr;
+  EntryFunction qTypeIF_ = nullptr;
+};
+
+// Calls virtual slot `slot` of a polymorphic object (Itanium ABI: the object
+// starts with its vtable pointer; `this` is the first argument).
+template <typename R, typename... Args>
+R callSlot(void* object, int slot, Args... args) {
+  void** vtable = *static_cast<void***>(object);
+  return reinterpret_cast<R (*)(void*, Args...)>(vtable[slot])(object, args...);
+}
+
+// Vtable positions of the host-extension operations the tests use.
+enum Slot : int {
+  kSlotGetNumOfInJacks = 153,
+  kSlotGetNumOfOutJacks = 154,
+  kSlotGetNumOfInSig = 155,
+  kSlotGetNumOfOutSig = 156,
+  kSlotGetStartNumInSig = 157,
+  kSlotGetStartNumOutSig = 158,
+  kSlotGetDryInSigNum = 159,
+  kSlotSetListner = 160,
+  kSlotGetParameterDisplayOf = 161,
+  kSlotGetHeaderVersion = 162,
+  kSlotSetTime = 163,
+  kSlotSetProgramLong = 164,
+};
+
+// One effect instance; closes it (effClose through the record) on destruction.
+class Instance {
+ public:
+  explicit Instance(const Module& module, audioMasterCallback host = answeringHost);
+  ~Instance();
+  Instance(const Instance&) = delete;
+  Instance& operator=(const Instance&) = delete;
+
+  AEffect* record() const { return effect_; }
+  void* object() const { return effect_->object; }
+  intptr_t dispatch(int32_t opcode, int32_t index = 0, intptr_t value = 0, void* ptr = nullptr,
+                    float opt = 0.0f) const {
+    return effect_->dispatcher(effect_, opcode, index, value, ptr, opt);
+  }
+  void setSampleRate(float rate) const { dispatch(effSetSampleRate, 0, 0, nullptr, rate); }
+  void setParameter(int32_t index, float value) const { effect_->setParameter(effect_, index, value); }
+  float getParameter(int32_t index) const { return effect_->getParameter(effect_, index); }
+  void setProgramLong(long program) const { callSlot<void, long>(object(), kSlotSetProgramLong, program); }
+  std::string text(int32_t opcode, int32_t index = 0, size_t bufferSize = 64) const;
+
+  // Processes `in` (copied) in blocks of the given lengths, cycling through them.
+  std::vector<double> process(const std::vector<double>& in, const std::vector<int>& blocks) const;
+  void processInPlace(double* buffer, int32_t n) const;
+
+ private:
+  AEffect* effect_ = nullptr;
+};
+
+// Test signals.
+std::vector<double> sine(double frequency, double amplitude, double rate, size_t length);
+std::vector<double> noise(double amplitude, size_t length, uint32_t seed = 1);
+
+// Bit-for-bit equality, NaN equal to NaN of any payload.
+bool sameSamples(double a, double b);
+
+}  // namespace testhost
