@@ -14,3 +14,5 @@ add_test(NAME module_exports_only_entry_functions
          COMMAND ${CMAKE_COMMAND} -DMODULE=$<TARGET_FILE:veltrax_module>
                  -P ${CMAKE_CURRENT_SOURCE_DIR}/support/check_exports.cmake)
 set_tests_properties(module_exports_only_entry_functions PROPERTIES LABELS "effect;e2e")
+
+veltrax_test(shared_clipping_table_test SOURCES shared_clipping_table_test.cpp LIBS veltrax_effect LABELS effect)
