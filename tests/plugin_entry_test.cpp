@@ -47,29 +47,29 @@ TEST_F(PluginEntry, ThrowingHostGetsNullAndNoException) {
 TEST_F(PluginEntry, AnyNonZeroVersionCreatesAnInstanceWhoseRecordPointsBack) {
   for (intptr_t answer : {intptr_t{1}, intptr_t{2400}, intptr_t{-1}}) {
     versionAnswer = answer;
-    auto* object = static_cast<InterfaceObject*>(module.getinterface()(countingHost));
+    void* object = module.getinterface()(countingHost);
     ASSERT_NE(object, nullptr) << answer;
-    AEffect* record = object->effect;
+    AEffect* record = interfaceEffect(object);
     EXPECT_EQ(record->magic, kEffectMagic);
     ASSERT_NE(record->object, nullptr);
     // The object's own getAeffect (vtable slot 31) answers this very record.
     EXPECT_EQ(callSlot<AEffect*>(record->object, 31), record);
-    delete object;
+    destroyInterface(object);
     EXPECT_EQ(record->dispatcher(record, effClose, 0, 0, nullptr, 0.0f), 1);
   }
 }
 
 TEST_F(PluginEntry, BothEntryFunctionsGiveIndependentInstances) {
-  auto* first = static_cast<InterfaceObject*>(module.getinterface()(answeringHost));
-  auto* second = static_cast<InterfaceObject*>(module.qTypeIF()(answeringHost));
+  void* first = module.getinterface()(answeringHost);
+  void* second = module.qTypeIF()(answeringHost);
   ASSERT_TRUE(first && second);
-  AEffect* a = first->effect;
-  AEffect* b = second->effect;
+  AEffect* a = interfaceEffect(first);
+  AEffect* b = interfaceEffect(second);
   EXPECT_NE(a, b);
   EXPECT_NE(a->object, b->object);
   // Destroying the interface objects leaves both instances usable.
-  delete first;
-  delete second;
+  destroyInterface(first);
+  destroyInterface(second);
   a->setParameter(a, 2, 0.25f);
   EXPECT_EQ(a->getParameter(a, 2), 0.25f);
   EXPECT_EQ(b->getParameter(b, 2), 0.5f);

@@ -10,6 +10,14 @@ intptr_t answeringHost(AEffect*, int32_t opcode, int32_t, intptr_t, void*, float
   return opcode == audioMasterVersion ? 2400 : 0;
 }
 
+AEffect* interfaceEffect(void* interfaceObject) {
+  AEffect* effect;
+  std::memcpy(&effect, static_cast<char*>(interfaceObject) + sizeof(void*), sizeof effect);
+  return effect;
+}
+
+void destroyInterface(void* interfaceObject) { callSlot<void>(interfaceObject, 1); }
+
 Module::Module(const char* path) {
   handle_ = dlopen(path, RTLD_NOW | RTLD_LOCAL);
   if (!handle_) throw std::runtime_error(std::string("dlopen failed: ") + dlerror());
@@ -21,10 +29,10 @@ Module::Module(const char* path) {
 Module::~Module() { dlclose(handle_); }
 
 Instance::Instance(const Module& module, audioMasterCallback host) {
-  auto* object = static_cast<InterfaceObject*>(module.getinterface()(host));
+  void* object = module.getinterface()(host);
   if (!object) throw std::runtime_error("getinterface returned null");
-  effect_ = object->effect;
-  delete object;  // the instance lives on until close
+  effect_ = interfaceEffect(object);
+  destroyInterface(object);  // the instance lives on until close
 }
 
 Instance::~Instance() { dispatch(effClose); }

@@ -16,11 +16,12 @@ namespace testhost {
 
 using EntryFunction = void* (*)(audioMasterCallback);
 
-// Host-side view of the interface object: vtable pointer, then the record.
-struct InterfaceObject {
-  virtual ~InterfaceObject() = default;
-  AEffect* effect;
-};
+// The interface object an entry function returns is opaque to a host: its
+// vtable pointer, then the AEffect pointer. A host reads the record pointer
+// behind the vtable pointer and destroys the object through its deleting
+// destructor (vtable slot 1); it has no type of its own for it.
+AEffect* interfaceEffect(void* interfaceObject);
+void destroyInterface(void* interfaceObject);
 
 // Answers the version query with 2400 and everything else with 0.
 intptr_t answeringHost(AEffect*, int32_t opcode, int32_t, intptr_t, void*, float);
