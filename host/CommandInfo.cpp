@@ -56,8 +56,10 @@ void printPrograms(const EffectInstance& effect) {
               effect.currentProgram(), effect.currentProgramName().c_str());
   for (int32_t i = 0; i < effect.programCount(); ++i) {
     const auto name = effect.programName(i);
-    std::printf("%s%3d %-14s", i % 4 == 0 ? "  " : "", i, name ? name->c_str() : "(no name)");
-    if (i % 4 == 3 || i + 1 == effect.programCount()) std::printf("\n");
+    const bool endOfLine = i % 4 == 3 || i + 1 == effect.programCount();
+    std::printf("%s%3d %-*s", i % 4 == 0 ? "  " : "", i, endOfLine ? 0 : 14,
+                name ? name->c_str() : "(no name)");
+    if (endOfLine) std::printf("\n");
   }
 }
 

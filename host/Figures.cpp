@@ -34,7 +34,7 @@ std::vector<std::string> writeFigures(const std::shared_ptr<ModuleLibrary>& modu
   const NamedPreset* preset = findNamedPreset(kSpectrumPreset);
   Table spectrum = compareSpectra({"dry", "processed (" + std::string(preset->label) + ")"},
                                   {&dryRiff, &processedRiff}, rate, 20.0, 20000.0);
-  spectrum.caption = "Welch average, 8192-point Hann window";
+  spectrum.caption = "Welch average, 32768-point Hann window, 1/12-octave bands";
   writeCsv(directory + "/riff_spectrum.csv", spectrum);
 
   runPlotScript(directory);

@@ -13,9 +13,14 @@ namespace {
 
 bool isFile(const std::string& path) { return ::access(path.c_str(), R_OK) == 0; }
 
+std::string canonical(const std::string& path) {
+  char resolved[PATH_MAX];
+  return ::realpath(path.c_str(), resolved) ? std::string(resolved) : path;
+}
+
 std::string firstExisting(const std::vector<std::string>& candidates, const std::string& what) {
   for (const auto& candidate : candidates)
-    if (isFile(candidate)) return candidate;
+    if (isFile(candidate)) return canonical(candidate);
   std::string looked;
   for (const auto& candidate : candidates) looked += (looked.empty() ? "" : ", ") + candidate;
   throw HostError("cannot find " + what + " (looked for " + looked + ")");

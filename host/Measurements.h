@@ -43,7 +43,8 @@ Table measureLevelCurves(const std::shared_ptr<ModuleLibrary>& module, double sa
                          KnobSettings knobs, const std::vector<double>& sustains,
                          const std::vector<double>& inputLevelsDb, double frequency);
 
-// Welch spectra in dB of several signals, from `low` to `high` Hz.
+// Welch spectra in dB of several signals in 1/12-octave bands from `low` to
+// `high` Hz.
 Table compareSpectra(const std::vector<std::string>& names,
                      const std::vector<const std::vector<double>*>& signals, double sampleRate,
                      double low, double high);

@@ -69,9 +69,13 @@ def tone_response(table, out):
     for (name, values), colour in zip(columns, colours(len(columns))):
         axes.plot(x, values, label=name, color=colour, linewidth=1.8)
     frequency_axis(axes)
+    finite = [v for _, values in columns for v in values if math.isfinite(v)]
+    if finite:
+        top = math.ceil(max(finite) / 10) * 10
+        axes.set_ylim(top - 70, top + 5)
     axes.set_ylabel("gain (dB)")
     titled(axes, "Tone control: small-signal frequency response", caption)
-    axes.legend(title="tone knob", loc="lower center", ncol=len(columns))
+    axes.legend(title="tone knob", loc="lower left")
     figure.tight_layout()
     figure.savefig(out, dpi=110)
 
@@ -100,7 +104,7 @@ def riff_spectrum(table, out):
     finite = [v for _, values in columns for v in values if math.isfinite(v)]
     if finite:
         top = math.ceil(max(finite) / 10) * 10
-        axes.set_ylim(top - 100, top + 5)
+        axes.set_ylim(top - 80, top + 5)
     axes.set_ylabel("level (dB re full-scale sine)")
     titled(axes, "Demo riff spectrum: dry vs processed", caption)
     axes.legend(loc="upper right")
