@@ -1,0 +1,193 @@
+// The plug-in's audio: value-identical to the module driven directly with the
+// same blocks and parameter changes, at the usual rates and any block length;
+// presets that change the sound; a click-free On/Off; a fresh start on
+// re-activation.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "host/NamedPresets.h"
+#include "lv2/PluginIdentity.h"
+#include "lv2_test_support.h"
+
+namespace {
+
+using lv2test::Block;
+using lv2test::firstDifference;
+
+constexpr uint32_t kMaxBlock = 2048;
+
+// Knob moves, an On/Off toggle that spans block boundaries, out-of-range
+// dials (clamped on both sides alike) and a move back, spread over the plan.
+void addControlMoves(std::vector<Block>& plan) {
+  const std::vector<std::vector<lv2test::ControlChange>> moves = {
+      {{"sustain", 8.0f}, {"tone", 2.5f}},
+      {{"volume", 7.25f}},
+      {{"enabled", 0.0f}},
+      {{"tone", 9.0f}, {"sustain", 3.0f}},
+      {{"enabled", 1.0f}},
+      {{"volume", 12.0f}, {"sustain", -1.0f}},
+      {{"tone", 5.0f}, {"enabled", 0.0f}},
+      {{"enabled", 1.0f}, {"volume", 5.0f}},
+  };
+  const size_t stride = std::max<size_t>(plan.size() / (moves.size() + 1), 1);
+  for (size_t m = 0; m < moves.size() && (m + 1) * stride < plan.size(); ++m)
+    plan[(m + 1) * stride].changes = moves[m];
+}
+
+class Lv2MatchesModule : public ::testing::TestWithParam<double> {};
+
+TEST_P(Lv2MatchesModule, AtEveryBlockLengthUpToTheMaximum) {
+  const double rate = GetParam();
+  const std::vector<float> input = lv2test::guitarLike(rate, static_cast<size_t>(1.5 * rate));
+  std::vector<Block> plan = lv2test::varyingBlocks(input.size(), kMaxBlock, 17);
+  addControlMoves(plan);
+  ASSERT_EQ(lv2test::totalFrames(plan), input.size());
+
+  auto plugin = lv2test::makeInstance(rate, kMaxBlock);
+  ASSERT_NE(plugin, nullptr);
+  plugin->activate();
+  const std::vector<float> viaLv2 = lv2test::renderLv2(*plugin, input, plan);
+  const std::vector<float> viaModule = lv2test::renderModule(rate, kMaxBlock, input, plan);
+
+  EXPECT_EQ(firstDifference(viaLv2, viaModule), -1);
+  EXPECT_GT(lv2test::rms(viaModule), 0.01) << "the comparison must see a processed signal";
+}
+
+// Hosts may hand one buffer as input and output; lv2apply and hosts without
+// options run one frame per call against the default reservation.
+TEST_P(Lv2MatchesModule, InPlaceAndWithoutHostFeatures) {
+  const double rate = GetParam();
+  const std::vector<float> input = lv2test::guitarLike(rate, static_cast<size_t>(0.3 * rate));
+  struct Variant {
+    const char* what;
+    std::vector<Block> plan;
+    bool features, inPlace;
+  };
+  std::vector<Variant> variants = {
+      {"in place", lv2test::varyingBlocks(input.size(), kMaxBlock, 5), true, true},
+      {"no features, one frame per run", lv2test::evenBlocks(input.size(), 1), false, false},
+      {"no features, 8192-frame runs", lv2test::evenBlocks(input.size(), 8192), false, false},
+  };
+  for (Variant& v : variants) {
+    addControlMoves(v.plan);
+    auto plugin = lv2test::makeInstance(rate, v.features ? kMaxBlock : 0, v.features);
+    ASSERT_NE(plugin, nullptr) << v.what;
+    plugin->activate();
+    const std::vector<float> viaLv2 = lv2test::renderLv2(*plugin, input, v.plan, v.inPlace);
+    EXPECT_EQ(firstDifference(viaLv2, lv2test::renderModule(rate, kMaxBlock, input, v.plan)), -1)
+        << v.what;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Rates, Lv2MatchesModule, ::testing::Values(44100.0, 48000.0, 96000.0),
+                         [](const auto& info) { return std::to_string(static_cast<int>(info.param)); });
+
+// Every preset sounds exactly like the module set to the knob values its
+// dials map to, and no two presets (nor a preset and the default knobs)
+// sound alike (their difference must come within 40 dB of the signal).
+TEST(Lv2Presets, EachPresetSetsItsKnobsAndChangesTheSound) {
+  const double rate = 48000.0;
+  const std::vector<float> input = lv2test::guitarLike(rate, 24000);
+  const std::vector<Block> plain = lv2test::evenBlocks(input.size(), 512);
+
+  auto reference = lv2test::makeInstance(rate, 512);
+  ASSERT_NE(reference, nullptr);
+  reference->activate();
+  std::vector<std::vector<float>> renders = {lv2test::renderLv2(*reference, input, plain)};
+
+  for (const auto& preset : veltrax::kNamedPresets) {
+    auto plugin = lv2test::makeInstance(rate, 512);
+    ASSERT_NE(plugin, nullptr);
+    ASSERT_TRUE(plugin->loadPreset(veltrax::lv2::kPresetUriPrefix + std::string(preset.name)));
+    plugin->activate();
+    const std::vector<float> viaLv2 = lv2test::renderLv2(*plugin, input, plain);
+
+    std::vector<Block> withKnobs = plain;
+    for (const char* knob : {"sustain", "tone", "volume"})
+      withKnobs[0].changes.push_back({knob, *plugin->control(knob)});
+    EXPECT_EQ(firstDifference(viaLv2, lv2test::renderModule(rate, 512, input, withKnobs)), -1)
+        << preset.name;
+    renders.push_back(viaLv2);
+  }
+  for (size_t a = 0; a < renders.size(); ++a)
+    for (size_t b = a + 1; b < renders.size(); ++b) {
+      std::vector<float> difference(input.size());
+      std::transform(renders[a].begin(), renders[a].end(), renders[b].begin(), difference.begin(),
+                     [](float x, float y) { return x - y; });
+      EXPECT_GT(lv2test::rms(difference), 0.01 * lv2test::rms(renders[a]))
+          << "renders " << a << " and " << b << " (0 is the default knobs) sound alike";
+    }
+}
+
+double largestStep(const std::vector<float>& x, size_t from, size_t to) {
+  double step = 0.0;
+  for (size_t i = std::max<size_t>(from, 1); i < to; ++i)
+    step = std::max(step, std::abs(static_cast<double>(x[i]) - x[i - 1]));
+  return step;
+}
+
+// On/Off on a low sine: while the cross-fade runs, no sample-to-sample step
+// exceeds the steepest step of the steady effect or dry signal by more than a
+// little, although a hard switch at that point would jump far more. With the
+// effect off and settled, the output is the input.
+TEST(Lv2OnOff, TogglesWithoutAClickAndIsDryWhenOff) {
+  for (double rate : {44100.0, 48000.0, 96000.0}) {
+    const uint32_t block = 256;
+    const size_t frames = static_cast<size_t>(rate);
+    const std::vector<float> input = lv2test::sine(110.0, 0.5, rate, frames);
+    std::vector<Block> plan = lv2test::evenBlocks(frames, block);
+    const size_t offBlock = plan.size() / 3, onBlock = 2 * plan.size() / 3;
+    plan[offBlock].changes = {{"enabled", 0.0f}};
+    plan[onBlock].changes = {{"enabled", 1.0f}};
+    const size_t offAt = offBlock * block, onAt = onBlock * block;
+    const auto fade = static_cast<size_t>(2 * std::floor(0.016 * rate));  // out, then in
+
+    auto plugin = lv2test::makeInstance(rate, block);
+    ASSERT_NE(plugin, nullptr);
+    plugin->activate();
+    const std::vector<float> out = lv2test::renderLv2(*plugin, input, plan);
+
+    const double steady = std::max(largestStep(out, offAt / 2, offAt),  // effect on, settled
+                                   largestStep(out, offAt + fade, onAt));
+    const double bound = 1.1 * steady + 1e-4;
+    EXPECT_LE(largestStep(out, offAt, offAt + fade + 1), bound) << rate << " Hz, switching off";
+    EXPECT_LE(largestStep(out, onAt, onAt + fade + 1), bound) << rate << " Hz, switching on";
+
+    const double hardSwitch = std::abs(static_cast<double>(input[offAt]) - out[offAt - 1]);
+    EXPECT_GT(hardSwitch, 2.0 * bound) << "the signal must be able to show a click";
+
+    for (size_t i = offAt + fade; i < onAt; ++i)
+      ASSERT_EQ(out[i], input[i]) << rate << " Hz, sample " << i << " with the effect off";
+  }
+}
+
+// A host re-activating an instance gets a fresh start: the same output as a
+// new instance, whatever ran before.
+TEST(Lv2Activation, ReactivationForgetsThePast) {
+  const double rate = 48000.0;
+  const std::vector<float> input = lv2test::guitarLike(rate, 12000);
+  std::vector<Block> plan = lv2test::evenBlocks(input.size(), 300);
+  plan[0].changes = {{"sustain", 9.0f}, {"tone", 1.0f}};
+  plan[plan.size() / 2].changes = {{"enabled", 0.0f}};
+
+  auto fresh = lv2test::makeInstance(rate, 512);
+  ASSERT_NE(fresh, nullptr);
+  fresh->activate();
+  const std::vector<float> expected = lv2test::renderLv2(*fresh, input, plan);
+
+  auto reused = lv2test::makeInstance(rate, 512);
+  ASSERT_NE(reused, nullptr);
+  reused->activate();
+  lv2test::renderLv2(*reused, lv2test::sine(440.0, 0.9, rate, 9000), lv2test::evenBlocks(9000, 128));
+  reused->setControl("volume", 9.0f);
+  reused->deactivate();
+  reused->setControl("volume", 5.0f);
+  reused->activate();
+  EXPECT_EQ(firstDifference(lv2test::renderLv2(*reused, input, plan), expected), -1);
+}
+
+}  // namespace

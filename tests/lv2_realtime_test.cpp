@@ -1,0 +1,137 @@
+// run() allocates nothing for any block up to the reservation made at
+// instantiate, with controls moving and On/Off toggling between blocks; a
+// longer block grows the buffers once. Also checks that the allocation counter
+// the audit relies on sees what it must and only that.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "lv2_test_support.h"
+#include "support/AllocationCounter.h"
+
+namespace {
+
+using veltrax::test::AllocationCounts;
+using veltrax::test::CountAllocations;
+using veltrax::test::PauseAllocationCounting;
+
+// Calls through volatile pointers so that the compiler cannot elide them.
+void* (*volatile cMalloc)(size_t) = &std::malloc;
+void* (*volatile cRealloc)(void*, size_t) = &std::realloc;
+void (*volatile cFree)(void*) = &std::free;
+
+TEST(AllocationCounter, CountsThisThreadsAllocationsInsideScopesOnly) {
+  ASSERT_TRUE(veltrax::test::allocationCountingWorks());
+  void* outside = cMalloc(8);  // before any scope: not counted
+  CountAllocations outer;
+  {
+    CountAllocations inner;
+    void* p = cRealloc(cMalloc(100), 200);
+    auto boxed = std::make_unique<std::vector<int>>(10);  // two operator new
+    {
+      PauseAllocationCounting pause;
+      cFree(cMalloc(1));
+    }
+    const AllocationCounts made = inner.counts();
+    EXPECT_EQ(made.allocations, 4u);
+    EXPECT_EQ(made.bytes, 300u + sizeof(std::vector<int>) + 10 * sizeof(int));
+    EXPECT_EQ(made.deallocations, 0u);
+    cFree(p);
+    boxed.reset();
+    EXPECT_EQ(inner.counts().deallocations, 3u);
+  }
+  EXPECT_EQ(outer.counts().allocations, 4u) << "an outer scope sees what inner ones saw";
+  cFree(outside);
+}
+
+TEST(AllocationCounter, IgnoresOtherThreads) {
+  std::atomic<int> stage{0};
+  std::thread other([&] {
+    while (stage.load() != 1) std::this_thread::yield();
+    for (int i = 0; i < 100; ++i) cFree(cMalloc(32));
+    stage.store(2);
+  });
+  {
+    CountAllocations audit;
+    stage.store(1);
+    while (stage.load() != 2) std::this_thread::yield();
+    EXPECT_EQ(audit.allocations(), 0u);
+    EXPECT_EQ(audit.counts().deallocations, 0u);
+  }
+  other.join();
+}
+
+// Block lengths 1..64, then a sweep up to `reserve`, with control moves.
+std::vector<lv2test::Block> auditPlan(uint32_t reserve) {
+  std::vector<lv2test::Block> plan;
+  for (uint32_t n = 1; n <= 64; ++n) plan.push_back({n, {}});
+  for (uint32_t n = 65; n < reserve; n = n * 3 / 2 + 7) plan.push_back({n, {}});
+  plan.push_back({reserve, {}});
+  plan.push_back({1, {}});
+  const std::vector<std::vector<lv2test::ControlChange>> moves = {
+      {{"tone", 8.0f}}, {{"sustain", 9.5f}, {"volume", 3.0f}}, {{"enabled", 0.0f}},
+      {{"tone", 1.0f}}, {{"enabled", 1.0f}},                   {{"volume", 10.0f}, {"tone", 6.0f}}};
+  for (size_t m = 0; m < moves.size(); ++m) plan[(m * 11 + 3) % plan.size()].changes = moves[m];
+  return plan;
+}
+
+TEST(Lv2RealTime, RunAllocatesNothingUpToTheReservation) {
+  if (!veltrax::test::allocationCountingWorks()) GTEST_SKIP() << "allocator not interposed";
+  struct Case {
+    const char* what;
+    uint32_t statedMax;  // 0: no options feature, the plug-in reserves 8192
+    bool features;
+    uint32_t reserve;
+  };
+  const Case cases[] = {{"bufsz:maxBlockLength 4096", 4096, true, 4096},
+                        {"no host features", 0, false, 8192}};
+  for (const Case& c : cases) {
+    const std::vector<lv2test::Block> plan = auditPlan(c.reserve);
+    const std::vector<float> input = lv2test::guitarLike(48000.0, lv2test::totalFrames(plan));
+    std::vector<float> output(input.size());
+    auto plugin = lv2test::makeInstance(48000.0, c.statedMax, c.features);
+    ASSERT_NE(plugin, nullptr);
+    plugin->activate();
+
+    size_t at = 0;
+    for (const lv2test::Block& block : plan) {
+      for (const auto& change : block.changes) plugin->setControl(change.symbol, change.dial);
+      CountAllocations audit;
+      plugin->run(input.data() + at, output.data() + at, block.length);
+      const AllocationCounts counts = audit.counts();
+      ASSERT_EQ(counts.allocations, 0u) << c.what << ": run(" << block.length << ")";
+      ASSERT_EQ(counts.deallocations, 0u) << c.what << ": run(" << block.length << ")";
+      at += block.length;
+    }
+  }
+}
+
+TEST(Lv2RealTime, ALongerRunGrowsOnceThenAllocatesNothing) {
+  if (!veltrax::test::allocationCountingWorks()) GTEST_SKIP() << "allocator not interposed";
+  const uint32_t reserve = 1024;
+  auto plugin = lv2test::makeInstance(48000.0, reserve);
+  ASSERT_NE(plugin, nullptr);
+  plugin->activate();
+  const std::vector<float> input = lv2test::guitarLike(48000.0, 4 * reserve);
+  std::vector<float> output(input.size());
+
+  const uint32_t lengths[] = {reserve, reserve + 1, reserve + 1, 7, reserve + 1, 3 * reserve};
+  std::vector<uint64_t> allocations;
+  for (uint32_t n : lengths) {
+    CountAllocations audit;
+    plugin->run(input.data(), output.data(), n);
+    allocations.push_back(audit.allocations());
+  }
+  EXPECT_EQ(allocations[0], 0u);
+  EXPECT_GT(allocations[1], 0u) << "the first run beyond the reservation grows the buffers";
+  EXPECT_EQ(allocations[2], 0u);
+  EXPECT_EQ(allocations[3], 0u);
+  EXPECT_EQ(allocations[4], 0u);
+  EXPECT_GT(allocations[5], 0u) << "and so does a still longer one";
+}
+
+}  // namespace
