@@ -67,7 +67,9 @@ bool allocationCountingWorks() {
 #if defined(VELTRAX_COUNT_THROUGH_SANITIZER)
 
 // The sanitizer owns malloc and operator new; its hooks see every one of them.
-#include <sanitizer/allocator_interface.h>
+// (Declared here: GCC does not ship the sanitizer's allocator header.)
+extern "C" int __sanitizer_install_malloc_and_free_hooks(
+    void (*mallocHook)(const volatile void*, size_t), void (*freeHook)(const volatile void*));
 
 namespace {
 void mallocHook(const volatile void*, size_t bytes) { veltrax::test::noteAllocation(bytes); }
