@@ -93,8 +93,10 @@ std::vector<double> synthesizeDemoRiff(double sampleRate) {
       PluckedString& string = strings[event.string];
       if (event.frequency > 0.0) {
         const bool muted = event.touch == kMuted;
-        string.pluck(event.frequency, event.velocity * (muted ? 0.7 : 1.0), muted ? 0.25 : 0.7,
-                     muted ? 0.12 : 4.0, noise);
+        // A palm mute: a darker, harder pick (one string, so louder) that
+        // dies within a quarter second.
+        string.pluck(event.frequency, event.velocity * (muted ? 1.6 : 1.0), muted ? 0.3 : 0.7,
+                     muted ? 0.25 : 4.0, noise);
       } else {
         string.damp(event.touch == kMuted ? 0.04 : 0.08);
       }

@@ -1,0 +1,116 @@
+// Every way `veltrax render` can be handed something it cannot do: one clear
+// line on stderr, a non-zero exit, the input untouched and no output or
+// temporary file left behind.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "support/CliHarness.h"
+
+using cli_test::fileBytes;
+using cli_test::runCli;
+using cli_test::ScratchDir;
+using cli_test::testSignal;
+using cli_test::writeAudio;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace {
+
+class BadInputTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    writeAudio(in, {testSignal(20000, 110.0, 44100, 0.3)}, 44100, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+    inputBytes = fileBytes(in);
+  }
+
+  // Runs, then checks the shape of the failure and that nothing was lost.
+  void expectRefused(const std::vector<std::string>& args, int exitCode, const std::string& message,
+                     const std::vector<std::string>& entriesAfter = {"in.wav"}) {
+    const auto run = runCli(args);
+    EXPECT_EQ(run.exitCode, exitCode) << run.err;
+    EXPECT_THAT(run.err, StartsWith("veltrax: error: "));
+    EXPECT_THAT(run.err, HasSubstr(message));
+    EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+    EXPECT_EQ(fileBytes(in), inputBytes);
+    EXPECT_EQ(dir.entries(), entriesAfter);
+  }
+
+  ScratchDir dir;
+  std::string in = dir.file("in.wav");
+  std::string out = dir.file("out.wav");
+  std::string inputBytes;
+};
+
+TEST_F(BadInputTest, UnusableInputsAndSettings) {
+  std::ofstream(dir.file("notes.txt")) << "not audio at all\n";
+  ::mkdir(dir.file("folder.wav").c_str(), 0755);
+  const std::vector<std::string> extra{"folder.wav", "in.wav", "notes.txt"};
+  const struct {
+    std::vector<std::string> args;
+    int exitCode;
+    const char* message;
+  } cases[] = {
+      {{"render", dir.file("missing.wav"), out}, 1, "No such file"},
+      {{"render", dir.file("notes.txt"), out}, 1, "cannot read"},
+      {{"render", dir.file("folder.wav"), out}, 1, "is a directory"},
+      {{"render", in, out, "--sustain", "1.5"}, 2, "--sustain 1.5 is outside 0..1"},
+      {{"render", in, out, "--tone", "-0.1"}, 2, "--tone -0.1 is outside 0..1"},
+      {{"render", in, out, "--scale", "10", "--volume", "11"}, 2, "--volume 11 is outside 0..10"},
+      {{"render", in, out, "--volume", "nan"}, 2, "outside"},
+      {{"render", in, out, "--scale", "5"}, 2, "--scale must be"},
+      {{"render", in, out, "--preset", "loud"}, 2, "unknown preset \"loud\""},
+      {{"render", in, out, "--subtype", "pcm8"}, 2, "unknown --subtype"},
+      {{"render", in, out, "--block", "0"}, 2, "--block"},
+      {{"render", in, out, "--bogus"}, 2, "bogus"},
+      {{"render", in}, 2, "OUT"},
+      {{"render", in, dir.file("out.xyz")}, 1, "cannot tell the output format"},
+      {{"render", in, dir.file("out.flac"), "--subtype", "float"}, 1, "cannot write"},
+      {{"render", in, dir.file("no/such/dir/out.wav")}, 1, "no/such/dir"},
+      {{"render", in, dir.file("notes.txt/out.wav")}, 1, "not a directory"},
+      {{"render", in, out, "--module", dir.file("nothing.so")}, 1, "cannot load module"},
+      {{"render", in, out, "--module", dir.file("notes.txt")}, 1, "cannot load module"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::PrintToString(c.args));
+    expectRefused(c.args, c.exitCode, c.message, extra);
+  }
+}
+
+TEST_F(BadInputTest, OutputThatIsTheInputIsRefusedThroughAnyName) {
+  ASSERT_EQ(::symlink(in.c_str(), dir.file("soft.wav").c_str()), 0);
+  ASSERT_EQ(::link(in.c_str(), dir.file("hard.wav").c_str()), 0);
+  const std::vector<std::string> entries{"hard.wav", "in.wav", "soft.wav"};
+  for (const std::string& target : {in, dir.file("./in.wav"), dir.file("soft.wav"), dir.file("hard.wav")}) {
+    SCOPED_TRACE(target);
+    expectRefused({"render", in, target, "--force"}, 1, "is the input file", entries);
+  }
+}
+
+TEST_F(BadInputTest, ExistingOutputNeedsForce) {
+  std::ofstream(out) << "keep me";
+  expectRefused({"render", in, out}, 1, "exists (use --force", {"in.wav", "out.wav"});
+  EXPECT_EQ(fileBytes(out), "keep me");
+  const auto forced = runCli({"render", in, out, "--force"});
+  EXPECT_EQ(forced.exitCode, 0) << forced.err;
+  EXPECT_NE(fileBytes(out), "keep me");
+  EXPECT_EQ(dir.entries(), (std::vector<std::string>{"in.wav", "out.wav"}));
+}
+
+TEST_F(BadInputTest, FullDiskLeavesTheOldOutputAndNoTemporaryFile) {
+  std::ofstream(out) << "keep me";
+  cli_test::RunOptions limited;
+  limited.fileSizeLimit = 4096;  // the output needs about 40 kB
+  const auto run = runCli({"render", in, out, "--force"}, limited);
+  EXPECT_EQ(run.exitCode, 1);
+  EXPECT_THAT(run.err, StartsWith("veltrax: error: cannot write " + out));
+  EXPECT_THAT(run.err, HasSubstr("File too large"));
+  EXPECT_EQ(fileBytes(out), "keep me");
+  EXPECT_EQ(fileBytes(in), inputBytes);
+  EXPECT_EQ(dir.entries(), (std::vector<std::string>{"in.wav", "out.wav"}));
+}
+
+}  // namespace

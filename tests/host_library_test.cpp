@@ -1,0 +1,151 @@
+// The host library against the built module: creation through both entry
+// functions, identity, parameters, programs, the extension slots, and
+// processing through one or several instances.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+
+#include "host/ChannelBank.h"
+#include "host/EffectInstance.h"
+#include "host/HostError.h"
+#include "host/KnobSettings.h"
+#include "host/Measurements.h"
+
+using namespace veltrax::host;
+using testing::HasSubstr;
+
+namespace {
+
+std::vector<double> tone(size_t frames, double frequency, double amplitude) {
+  std::vector<double> signal(frames);
+  for (size_t i = 0; i < frames; ++i) signal[i] = amplitude * std::sin(0.000142 * frequency * i);
+  return signal;
+}
+
+std::string failureOf(const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const HostError& e) {
+    return e.what();
+  }
+  return "(no error)";
+}
+
+class HostLibraryTest : public testing::Test {
+ protected:
+  std::shared_ptr<ModuleLibrary> module = ModuleLibrary::open(VELTRAX_MODULE_PATH);
+};
+
+TEST_F(HostLibraryTest, BothEntriesCreateTheSameKindOfIndependentInstance) {
+  auto a = EffectInstance::create(module, "getinterface");
+  auto b = EffectInstance::create(module, "QTypeIF");
+  EXPECT_NE(&a->record(), &b->record());
+  for (const auto* instance : {a.get(), b.get()}) {
+    const EffectIdentity id = instance->identity();
+    EXPECT_EQ(id.effectName, "VELTRAX");
+    EXPECT_EQ(id.productString, "VELTRAX");
+    EXPECT_EQ(id.vendorVersion, 1000);
+    EXPECT_EQ(id.uniqueId, 0x4D4A434D);
+    EXPECT_EQ(id.category, 1);
+    EXPECT_EQ(id.numParams, 4);
+    EXPECT_EQ(id.numPrograms, 16);
+  }
+  a->setParameter(kTone, 0.9f);
+  EXPECT_FLOAT_EQ(a->parameter(kTone), 0.9f);
+  EXPECT_FLOAT_EQ(b->parameter(kTone), 0.5f);
+}
+
+TEST_F(HostLibraryTest, ParametersProgramsAndExtensionAnswerAsAHostSeesThem) {
+  auto effect = EffectInstance::create(module);
+  const char* names[] = {"On/Off", "volume", "tone", "sustain"};
+  for (int32_t i = 0; i < 4; ++i) EXPECT_EQ(effect->parameterName(i), names[i]);
+  EXPECT_EQ(effect->parameterDisplay(kOnOff), "on");
+  EXPECT_EQ(effect->parameterProperties(kOnOff)->flags, kParameterIsSwitch);
+  const auto sustain = effect->parameterProperties(kSustain);
+  ASSERT_TRUE(sustain);
+  EXPECT_EQ(sustain->flags, kParameterUsesFloatStep);
+  EXPECT_FLOAT_EQ(sustain->stepFloat, 0.01f);
+  EXPECT_EQ(sustain->trailingFlag, 1);
+  EXPECT_FALSE(effect->parameterProperties(4));
+
+  const HostExtension& ext = effect->extension();
+  EXPECT_EQ(ext.headerVersion(), 1);
+  EXPECT_EQ(ext.inSignalCount(0), 1);
+  EXPECT_EQ(ext.drySignal(), -1);
+  EXPECT_EQ(ext.displayOf(kOnOff, 1.0f), "on");
+  EXPECT_EQ(ext.displayOf(kOnOff, 0.99f), "off");
+  const std::string quarter = ext.displayOf(kVolume, 0.25f);
+  EXPECT_EQ(effect->parameterDisplay(kVolume), ext.displayOf(kVolume, 0.5f));  // nothing changed
+  effect->setParameter(kVolume, 0.25f);
+  EXPECT_EQ(effect->parameterDisplay(kVolume), quarter);
+
+  ext.selectProgram(3);
+  EXPECT_EQ(effect->currentProgram(), 3);
+  EXPECT_EQ(effect->currentProgramName(), "Init 4");
+  EXPECT_FLOAT_EQ(effect->parameter(kVolume), 0.5f);
+  ext.selectProgram(0);
+  EXPECT_FLOAT_EQ(effect->parameter(kVolume), 0.25f);
+  EXPECT_EQ(effect->programName(15), "Init");
+  EXPECT_FALSE(effect->programName(16));
+}
+
+TEST_F(HostLibraryTest, ProcessesDoublesWithTheSwitchDecidingWetOrDry) {
+  const auto input = tone(4000, 220.0, 0.2);
+  KnobSettings knobs;
+  const auto wet = renderMono(module, knobs, 48000.0, 256, input);
+  knobs.on = false;
+  const auto dry = renderMono(module, knobs, 48000.0, 256, input);
+  EXPECT_EQ(dry, input);
+  EXPECT_NE(wet, input);
+  // A fresh instance with the same settings renders the same samples.
+  knobs.on = true;
+  EXPECT_EQ(renderMono(module, knobs, 48000.0, 256, input), wet);
+}
+
+TEST_F(HostLibraryTest, ChannelBankMatchesOneInstancePerChannel) {
+  const KnobSettings knobs{true, 0.8f, 0.3f, 0.9f};
+  std::vector<std::vector<double>> planar{tone(5000, 110.0, 0.3), tone(5000, 440.0, 0.01),
+                                          tone(5000, 55.0, 0.8)};
+  std::vector<std::vector<double>> expected;
+  for (const auto& channel : planar) expected.push_back(renderMono(module, knobs, 44100.0, 300, channel));
+  ChannelBank bank(module, 3, 44100.0, 300, knobs);
+  // Two calls, so instance state carries over between chunks as it must.
+  std::vector<std::vector<double>> first(3), second(3);
+  for (size_t c = 0; c < 3; ++c) {
+    first[c].assign(planar[c].begin(), planar[c].begin() + 3100);
+    second[c].assign(planar[c].begin() + 3100, planar[c].end());
+  }
+  bank.process(first, 3100);
+  bank.process(second, 1900);
+  for (size_t c = 0; c < 3; ++c) {
+    first[c].insert(first[c].end(), second[c].begin(), second[c].end());
+    EXPECT_EQ(first[c], expected[c]) << "channel " << c;
+  }
+}
+
+TEST(HostLibraryFailures, NameTheModuleAndTheReason) {
+  EXPECT_THAT(failureOf([] { ModuleLibrary::open("/nonexistent/veltrax.so"); }),
+              HasSubstr("cannot load module /nonexistent/veltrax.so: No such file"));
+  EXPECT_THAT(failureOf([] { ModuleLibrary::open("/tmp"); }), HasSubstr("not a regular file"));
+  auto refusing = ModuleLibrary::open(VELTRAX_REFUSING_MODULE_PATH);
+  EXPECT_THAT(failureOf([&] { EffectInstance::create(refusing); }), HasSubstr("created no instance"));
+  EXPECT_THAT(failureOf([&] { EffectInstance::create(refusing, "QTypeIF"); }),
+              HasSubstr("does not export QTypeIF"));
+}
+
+TEST(HostCallbackTest, AnswersVersionAndTheAskingInstancesRateAndBlockSize) {
+  HostContext context{96000.0, 333};
+  AEffect record{};
+  record.user = &context;
+  EXPECT_EQ(hostCallback(nullptr, audioMasterVersion, 0, 0, nullptr, 0.0f), 2400);
+  EXPECT_EQ(hostCallback(&record, audioMasterGetSampleRate, 0, 0, nullptr, 0.0f), 96000);
+  EXPECT_EQ(hostCallback(&record, audioMasterGetBlockSize, 0, 0, nullptr, 0.0f), 333);
+  EXPECT_EQ(hostCallback(nullptr, audioMasterGetSampleRate, 0, 0, nullptr, 0.0f), 0);
+  for (int32_t opcode : {audioMasterAutomate, audioMasterCurrentId, audioMasterGetTime,
+                         audioMasterCanDo, audioMasterGetVendorString})
+    EXPECT_EQ(hostCallback(&record, opcode, 0, 0, nullptr, 0.0f), 0) << opcode;
+}
+
+}  // namespace
