@@ -1,7 +1,108 @@
-// The fast per-sample engine. Until the scheduled engine lands it runs the
-// plain chain, so both engines give identical output by construction.
+// The fast per-sample engine: copies the chain's running state into the
+// kernel's plain record, runs the kernel the processor supports best (chosen
+// once, at the first block), and copies the state back, so that the effect's
+// filters and oversampling rows end every block exactly as the plain loop
+// leaves them and the two engines can take turns between blocks.
+#include <cstddef>
+
+#include "dsp/FastChainState.h"
 #include "effect/VELTRAX.h"
 
+namespace {
+
+namespace fast = veltrax::fast;
+
+fast::Kernel bestKernel() {
+#if defined(__x86_64__) || defined(__i386__)
+  __builtin_cpu_init();
+  if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
+      __builtin_cpu_supports("avx512dq"))
+    return fast::runAvx512;
+  if (__builtin_cpu_supports("avx2")) return fast::runAvx2;
+#endif
+  return fast::runBaseline;
+}
+
+void copyIn(const IIRFilter& f, fast::Section& s) {
+  for (int i = 0; i < 5; ++i) {
+    s.coef[i] = f.coef[i];
+    s.ipStart[i] = f.ipStart[i];
+    s.ipDelta[i] = f.ipDelta[i];
+  }
+  s.z1 = f.z1;
+  s.z2 = f.z2;
+  s.ipPos = f.ipPos;
+  s.ipLen = f.ipLen;
+}
+
+void copyOut(const fast::Section& s, IIRFilter& f) {
+  for (int i = 0; i < 5; ++i) {
+    f.ipStart[i] = s.ipStart[i];
+    f.ipDelta[i] = s.ipDelta[i];
+  }
+  f.z1 = s.z1;
+  f.z2 = s.z2;
+  f.ipPos = s.ipPos;
+}
+
+}  // namespace
+
+// The kernels know only the biquad recursion and the effect's cascade sizes;
+// any other build of the chain runs the plain loop.
+bool VELTRAX::fastChainApplies() const {
+  static constexpr int32_t kSizes[4] = {4, 2, 4, 8};
+  for (int c = 0; c < 4; ++c) {
+    if (stageFilterCount[c] != kSizes[c]) return false;
+    for (int32_t i = 0; i < kSizes[c]; ++i)
+      if (!stageFilters[c][i]->biquad) return false;
+  }
+  return true;
+}
+
 void VELTRAX::runSignalChainFast(const double* in, double* out, int32_t n, const ControlRamps& ramps) {
-  runSignalChain(in, out, n, ramps);
+  if (!fastChainApplies()) {
+    runSignalChain(in, out, n, ramps);
+    return;
+  }
+  static const fast::Kernel kernel = bestKernel();
+
+  fast::ChainState st;
+  fast::Section* const sections[4] = {st.pre, st.post, st.power, st.revise};
+  for (int c = 0; c < 4; ++c)
+    for (int32_t i = 0; i < stageFilterCount[c]; ++i) copyIn(*stageFilters[c][i], sections[c][i]);
+  for (int i = 0; i < 6; ++i) {
+    st.osUp[i] = osUpState[i];
+    st.osDown[i] = osDownState[i];
+    st.osFeedforward[i] = osFeedforward[i];
+    if (i < 5) st.osFeedback[i] = osFeedback[i];
+  }
+
+  fast::Block block;
+  block.in = in;
+  block.out = out;
+  block.n = n;
+  block.gains = blockBuffer;
+  block.pathFlags = switchRecord->pathFlags;
+  block.dVolume = ramps.dVolume;
+  block.dSustain = ramps.dSustain;
+  block.dTone = ramps.dTone;
+  block.volumeStart = ramps.volumeStart;
+  block.sustainStart = ramps.sustainStart;
+  block.toneStart = ramps.toneStart;
+  block.outputLevel = outputLevel;
+  // The table and its limit, read as one run of entries E[0 .. 2*clipScale + 1].
+  static_assert(offsetof(Clipper, clipLimit) == offsetof(Clipper, clipTable) + sizeof(clip.clipTable),
+                "the limit follows the table");
+  block.clipEntries = reinterpret_cast<const double*>(reinterpret_cast<const char*>(&clip) +
+                                                      offsetof(Clipper, clipTable));
+  block.clipScale = clip.clipScale;
+
+  kernel(st, block);
+
+  for (int c = 0; c < 4; ++c)
+    for (int32_t i = 0; i < stageFilterCount[c]; ++i) copyOut(sections[c][i], *stageFilters[c][i]);
+  for (int i = 0; i < 5; ++i) {
+    osUpState[i] = st.osUp[i];
+    osDownState[i] = st.osDown[i];
+  }
 }

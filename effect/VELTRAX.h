@@ -103,6 +103,7 @@ class VELTRAX : public Q_TypeBase {
   void applyKnobChanges(int32_t n);
   void runSignalChain(const double* in, double* out, int32_t n, const ControlRamps& ramps);
   void runSignalChainFast(const double* in, double* out, int32_t n, const ControlRamps& ramps);
+  bool fastChainApplies() const;  // the cascades have the shape the fast kernels expect
 
   // Members in the declared order of the circuit model.
   RecursiveMutex paramLock;

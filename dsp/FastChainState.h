@@ -1,0 +1,54 @@
+// The fast engine's view of one block: the running state of every filter of
+// the chain as plain numbers, and the block's inputs and ramps. The effect
+// copies its state in before a block and back afterwards, so the kernels
+// (compiled once per instruction set) depend on nothing but this header.
+#pragma once
+
+#include <cstdint>
+
+namespace veltrax::fast {
+
+// One filter section: coefficients (-a1, -a2, b0, b1, b2), glide and delay state.
+struct Section {
+  double coef[5];
+  double ipStart[5];
+  double ipDelta[5];
+  double z1, z2;
+  double ipPos, ipLen;
+};
+
+struct ChainState {
+  Section pre[4];
+  Section post[2];    // runs at four times the rate
+  Section power[4];   // sections 2 and 3 glide after a tone change
+  Section revise[8];
+  double osFeedback[5];     // c1 .. c5
+  double osFeedforward[6];  // f0 .. f5
+  double osUp[6];           // interpolation filter state row
+  double osDown[6];         // decimation filter state row
+};
+
+struct Block {
+  const double* in;
+  double* out;  // may alias `in`
+  int32_t n;
+  const double* gains;     // per-sample cross-fade gains
+  const float* pathFlags;  // 1.0: effect path, anything else: dry input
+  double dVolume, dSustain, dTone;
+  double volumeStart, sustainStart, toneStart;
+  double outputLevel;
+  const double* clipEntries;  // E[0 .. 2*clipScale + 1], the last one the table's limit
+  double clipScale;
+};
+
+// Runs one block of n >= 1 samples and leaves `state` exactly as the plain
+// per-sample loop would (up to the sign of zeros that only ever meet zeros).
+using Kernel = void (*)(ChainState& state, const Block& block);
+
+void runBaseline(ChainState& state, const Block& block);
+#if defined(__x86_64__) || defined(__i386__)
+void runAvx2(ChainState& state, const Block& block);
+void runAvx512(ChainState& state, const Block& block);
+#endif
+
+}  // namespace veltrax::fast
