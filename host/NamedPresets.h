@@ -19,7 +19,7 @@ struct NamedPreset {
 // The module's drive stage saturates any guitar-level input, so the settings
 // differ mostly in how long a decaying note stays saturated (sustain) and in
 // colour (tone: 0 dark, 1 bright). Volumes even out the loudness: each
-// renders the demo riff (-12 dBFS peak) at about -22.5 dBFS RMS, close to
+// renders the demo riff (-12 dBFS peak) at about -22 dBFS RMS, close to
 // the loudest the model gets (its output level stays below about -8 dBFS).
 inline constexpr std::array<NamedPreset, 5> kNamedPresets{{
     {"light-crunch", "Light crunch", 0.00f, 0.55f, 0.97f},
