@@ -115,7 +115,6 @@ std::unique_ptr<Lv2Instance> Lv2Instance::create(Lv2World& world, const std::str
     fail(error, "the plug-in refused to instantiate");
     return nullptr;
   }
-  self->hostBufferFrames_ = 0;
   if (!self->connectPorts(error)) return nullptr;
   self->ensureHostBuffers(std::max(options.maxBlockLength, kDefaultHostBufferFrames));
   return self;

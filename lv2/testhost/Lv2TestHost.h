@@ -6,8 +6,9 @@
 // input reads the caller's input block, the first audio output writes the
 // caller's output block (further outputs and CV ports use host buffers),
 // control ports hold their defaults until set, atom ports get empty
-// sequences. Plug-ins that require features other than urid:map, options or
-// bufsz:boundedBlockLength are refused.
+// sequences. The host offers urid:map, urid:unmap, options (with
+// bufsz:maxBlockLength when one is stated) and bufsz:boundedBlockLength;
+// plug-ins that require anything else are refused.
 #pragma once
 
 #include <lilv/lilv.h>
