@@ -16,7 +16,7 @@ if(NOT (TARGET veltrax_lv2_bundle AND TARGET veltrax_lv2_testhost AND TARGET vel
   return()
 endif()
 
-# lilv searches the build's bundle directory and Debian's LV2 specifications only.
+# lilv searches the build's bundle directory and Debian's LV2 vocabulary (/usr/lib/lv2) only.
 set(lv2_test_path "${VELTRAX_LV2_BUILD_DIR}:/usr/lib/lv2")
 
 veltrax_test(lv2_host_features_test
@@ -47,7 +47,7 @@ if(SNDFILE_FOUND)
   target_compile_definitions(lv2_lv2apply_test PRIVATE VELTRAX_HAVE_SNDFILE=1)
 endif()
 
-# The Turtle files against the installed LV2 specifications.
+# The Turtle files against the LV2 vocabulary Debian installs.
 find_program(LV2_VALIDATE lv2_validate)
 if(LV2_VALIDATE)
   set(bundle ${VELTRAX_LV2_BUILD_DIR}/veltrax.lv2)

@@ -13,7 +13,7 @@
 
 namespace lv2test {
 
-// The world of every LV2 test: the build's bundle plus Debian's specifications.
+// The world of every LV2 test: the build's bundle plus Debian's LV2 vocabulary.
 veltrax::lv2host::Lv2World& world();
 
 // A new instance of the plug-in; fails the test (and returns null) if none.
