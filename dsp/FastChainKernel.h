@@ -3,34 +3,53 @@
 // the kernel it exports) and may switch on a wider target before including.
 // Everything here has internal linkage, so the copies never mix.
 //
-// Schedule. The cascades run as skewed pipelines: lane k of a four-lane
-// vector holds section k, which works one sample behind section k-1, so one
-// vector step advances four sections. Each lane performs exactly the scalar
-// operations of the plain per-sample loop in the same order, so every value
-// is identical. Per step s:
+// Every lane of every vector performs exactly the scalar operations of the
+// plain per-sample loop, in the same order, so the values are identical; the
+// speed comes from the schedule alone.
 //
-//   pre cascade      lanes 0..3 on samples s, s-1, s-2, s-3
-//   drive + clipper  sample s-3 (leaves pre lane 3), scalar
-//   power cascade    lanes 0..3 on samples s-3 .. s-6
-//   revise cascade   two vectors, lanes 0..7 on samples s-6 .. s-13
-//   output           sample s-13
+// Cascades. Lane k of an eight-lane pipeline holds one filter section, which
+// works one sample behind the section in lane k-1, so one vector step
+// advances eight sections. Pipeline A holds the pre cascade (lanes 0..3) and
+// the power cascade (lanes 4..7), pipeline B the revise cascade.
 //
-// A block of n samples takes n + 13 steps; in the first and last 13 some lanes
-// have no sample and keep their state (edge steps, masked).
+// Stages. A step s runs every stage once, each on its own sample, and each
+// stage reads what the stage before it produced in the previous step, so the
+// stages of one step do not wait for each other:
 //
-// The only liberty taken: in the three zero-input sub-samples of the
-// oversampled section the products f*0 are not added. x + (+0) equals x
-// except that -0 becomes +0, so values only differ in the sign of zeros, and
-// those meet nothing in the chain that could tell them apart (no division,
-// the clamps and the table see +0 and -0 alike).
+//   stage            sample at step s
+//   pre cascade      s - k          (pipeline A lane k = 0..3)
+//   drive and 4x interpolation     s - 4
+//   shaper (clamps, post cascade, tanh table)   s - 5
+//   decimation and tone level      s - 6
+//   power cascade    s - 7 - k      (pipeline A lane 4 + k)
+//   revise cascade   s - 11 - k     (pipeline B lane k = 0..7)
+//   output           s - 19
+//
+// A block of n samples takes n + 19 steps; in the first and last 19 some
+// stages have no sample, and their lanes keep their state (edge steps).
+//
+// Where terms are left out, only the sign of a zero can differ, and zeros of
+// either sign meet nothing in the chain that tells them apart (no division;
+// the clamps and the table treat +0 and -0 alike):
+// - the three zero-input sub-samples of the interpolation filter skip f*0
+//   (x + (+0) is x, except that -0 becomes +0);
+// - the two post sections are first order (b2 = a2 = 0), so their z2 is a
+//   zero as long as everything stays finite, and is left out. The effect
+//   runs this kernel only when a block cannot overflow them (see
+//   postCascadeIsFirstOrder); their input is clamped to -0.8 .. 1.
 #include "dsp/FastChainState.h"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 // Every function below has internal linkage and is inlined into the kernel,
-// so how a 32-byte vector would cross a call (which differs with and without
-// AVX) never matters.
+// so how a 32- or 64-byte vector would cross a call never matters.
 #pragma GCC diagnostic ignored "-Wpsabi"
 
 namespace {
+
+#define FAST_INLINE inline __attribute__((always_inline))
 
 using veltrax::fast::Block;
 using veltrax::fast::ChainState;
@@ -38,58 +57,65 @@ using veltrax::fast::Section;
 
 typedef double V4 __attribute__((vector_size(32)));
 typedef long long M4 __attribute__((vector_size(32)));
+typedef double V8 __attribute__((vector_size(64)));
+typedef long long M8 __attribute__((vector_size(64)));
 
-constexpr int kPreLag = 0;      // pre lane k: sample s - k
-constexpr int kClipLag = 3;     // clipper: sample s - 3
-constexpr int kPowerLag = 3;    // power lane k: sample s - 3 - k
-constexpr int kReviseLag = 6;   // revise lane k (0..7): sample s - 6 - k
-constexpr int kOutputLag = 13;  // output: sample s - 13
+constexpr int kInterpolateLag = 4;
+constexpr int kShapeLag = 5;
+constexpr int kDecimateLag = 6;
+constexpr int kPowerLag = 7;
+constexpr int kReviseLag = 11;
+constexpr int kOutputLag = 19;
 
-inline V4 splat(double v) { return V4{v, v, v, v}; }
+FAST_INLINE V4 splat4(double v) { return V4{v, v, v, v}; }
+FAST_INLINE V8 splat8(double v) { return V8{v, v, v, v, v, v, v, v}; }
 
-// The lanes shifted up by one: lane 0 takes `in`, lane k the output of lane k-1.
-inline V4 shiftIn(V4 y, double in) { return __builtin_shuffle(y, splat(in), M4{4, 0, 1, 2}); }
+// ---------------------------------------------------------------------------
+// Cascades as skewed eight-lane pipelines.
 
-// Lanes whose sample s - lag - k lies inside the block.
-inline M4 lanesInBlock(int s, int lag, double n) {
-  const V4 sample = splat(static_cast<double>(s - lag)) - V4{0.0, 1.0, 2.0, 3.0};
-  return (sample >= 0.0) & (sample < n);
-}
-
-// Coefficient set of four sections, one per lane.
-struct Coefs4 {
-  V4 c[5];  // -a1, -a2, b0, b1, b2
+struct Coefs8 {
+  V8 c[5];  // per lane: -a1, -a2, b0, b1, b2
 };
 
-// Four sections of a cascade as a skewed pipeline.
-struct Pipeline4 {
-  Coefs4 k;
-  V4 z1, z2;
-  V4 y;  // outputs of the last step
+struct Pipeline8 {
+  Coefs8 k;
+  V8 z1, z2;
+  V8 y;    // outputs of the last step
+  V8 lag;  // lane k works on sample s - lag[k]
 
-  void load(const Section* s) {
-    for (int i = 0; i < 5; ++i) k.c[i] = V4{s[0].coef[i], s[1].coef[i], s[2].coef[i], s[3].coef[i]};
-    z1 = V4{s[0].z1, s[1].z1, s[2].z1, s[3].z1};
-    z2 = V4{s[0].z2, s[1].z2, s[2].z2, s[3].z2};
-    y = splat(0.0);
+  void load(const Section* const* s, V8 lanesLag) {
+    for (int i = 0; i < 5; ++i)
+      k.c[i] = V8{s[0]->coef[i], s[1]->coef[i], s[2]->coef[i], s[3]->coef[i],
+                  s[4]->coef[i], s[5]->coef[i], s[6]->coef[i], s[7]->coef[i]};
+    z1 = V8{s[0]->z1, s[1]->z1, s[2]->z1, s[3]->z1, s[4]->z1, s[5]->z1, s[6]->z1, s[7]->z1};
+    z2 = V8{s[0]->z2, s[1]->z2, s[2]->z2, s[3]->z2, s[4]->z2, s[5]->z2, s[6]->z2, s[7]->z2};
+    y = splat8(0.0);
+    lag = lanesLag;
   }
 
-  void store(Section* s) const {
-    for (int lane = 0; lane < 4; ++lane) {
-      s[lane].z1 = z1[lane];
-      s[lane].z2 = z2[lane];
+  void store(Section* const* s) const {
+    for (int lane = 0; lane < 8; ++lane) {
+      s[lane]->z1 = z1[lane];
+      s[lane]->z2 = z2[lane];
     }
+  }
+
+  // Lanes whose sample lies inside the block.
+  FAST_INLINE M8 lanesInBlock(int s, double n) const {
+    const V8 sample = splat8(static_cast<double>(s)) - lag;
+    return (sample >= 0.0) & (sample < n);
   }
 
   // Transposed direct form II in every lane:
   //   y = b0 x + z1;  z1 = (b1 x + z2) + (-a1) y;  z2 = b2 x + (-a2) y
-  // On edge steps only the lanes in `live` keep their new state.
+  // On edge steps only the lanes with a sample keep their new state.
   template <bool Edge>
-  V4 advance(V4 x, const Coefs4& c, M4 live) {
-    const V4 out = c.c[2] * x + z1;
-    const V4 nz1 = (c.c[3] * x + z2) + c.c[0] * out;
-    const V4 nz2 = c.c[4] * x + c.c[1] * out;
+  FAST_INLINE void advance(V8 x, const Coefs8& c, int s, double n) {
+    const V8 out = c.c[2] * x + z1;
+    const V8 nz1 = (c.c[3] * x + z2) + c.c[0] * out;
+    const V8 nz2 = c.c[4] * x + c.c[1] * out;
     if (Edge) {
+      const M8 live = lanesInBlock(s, n);
       z1 = live ? nz1 : z1;
       z2 = live ? nz2 : z2;
     } else {
@@ -97,60 +123,68 @@ struct Pipeline4 {
       z2 = nz2;
     }
     y = out;
-    return out;
   }
 };
 
-// The power cascade's coefficients. Sections 2 and 3 glide: sample j of the
-// block uses ipDelta*t + ipStart with t = ipPos + j while t <= ipLen, and the
-// set in force after the glide for the rest of the block.
-struct PowerGlide {
-  Coefs4 after;    // lanes 0, 1: fixed; lanes 2, 3: the set after the glide
-  Coefs4 start;    // ipStart per lane
-  Coefs4 delta;    // ipDelta per lane
-  V4 pos0;         // ipPos at the block's start (0 for lanes 0, 1)
-  V4 len;          // ipLen (-inf for lanes 0, 1: they never glide)
-  bool active;     // some sample of this block glides
+// The inputs of the next step: every lane takes the output of the lane before
+// it, except the first lane of each cascade, which takes a new sample.
+FAST_INLINE V8 shiftIn(V8 y, double first) {
+  return __builtin_shuffle(y, splat8(first), M8{8, 0, 1, 2, 3, 4, 5, 6});
+}
+FAST_INLINE V8 shiftIn(V8 y, double first, double fifth) {
+  const V8 fresh = V8{first, first, first, first, fifth, fifth, fifth, fifth};
+  return __builtin_shuffle(y, fresh, M8{8, 0, 1, 2, 12, 4, 5, 6});
+}
 
-  void load(const Section* s) {
+// Pipeline A's coefficients. Power sections 2 and 3 (lanes 6 and 7) glide:
+// sample j of the block uses ipDelta*t + ipStart with t = ipPos + j while
+// t <= ipLen, and for the rest of the block the set in force after the glide.
+struct Glide {
+  Coefs8 after;  // the set used outside the glide (lanes 0..5: the fixed sets)
+  Coefs8 start;  // ipStart (lanes 6, 7)
+  Coefs8 delta;  // ipDelta (lanes 6, 7)
+  V8 pos0;       // ipPos at the block's start
+  V8 len;        // ipLen; -inf for the lanes that never glide
+  bool active;   // some sample of this block glides
+
+  void load(const Coefs8& fixed, const Section& s6, const Section& s7, V8 lag) {
     active = false;
-    double after2[5], after3[5];
-    for (int lane = 2; lane < 4; ++lane) {
-      const Section& f = s[lane];
-      double* a = lane == 2 ? after2 : after3;
+    after = fixed;
+    const Section* gliding[2] = {&s6, &s7};
+    for (int g = 0; g < 2; ++g) {
+      const Section& f = *gliding[g];
+      const int lane = 6 + g;
       if (f.ipPos <= f.ipLen) {
         active = true;
-        // The glide ends inside this block or later; from then on the
-        // section runs with 0*t + coef, t = ipLen + 1.
-        for (int i = 0; i < 5; ++i) a[i] = 0.0 * (f.ipLen + 1.0) + f.coef[i];
+        // Once the glide has ended inside the block, the section runs with
+        // ipDelta = 0, ipStart = coef and t = ipLen + 1.
+        for (int i = 0; i < 5; ++i) after.c[i][lane] = 0.0 * (f.ipLen + 1.0) + f.coef[i];
       } else {
-        for (int i = 0; i < 5; ++i) a[i] = f.ipDelta[i] * f.ipPos + f.ipStart[i];
+        for (int i = 0; i < 5; ++i) after.c[i][lane] = f.ipDelta[i] * f.ipPos + f.ipStart[i];
       }
     }
-    for (int i = 0; i < 5; ++i) {
-      after.c[i] = V4{s[0].coef[i], s[1].coef[i], after2[i], after3[i]};
-      start.c[i] = V4{0.0, 0.0, s[2].ipStart[i], s[3].ipStart[i]};
-      delta.c[i] = V4{0.0, 0.0, s[2].ipDelta[i], s[3].ipDelta[i]};
-    }
     const double never = -__builtin_inf();
-    pos0 = V4{0.0, 0.0, s[2].ipPos, s[3].ipPos};
-    len = V4{never, never, s[2].ipLen, s[3].ipLen};
+    for (int i = 0; i < 5; ++i) {
+      start.c[i] = V8{0, 0, 0, 0, 0, 0, s6.ipStart[i], s7.ipStart[i]};
+      delta.c[i] = V8{0, 0, 0, 0, 0, 0, s6.ipDelta[i], s7.ipDelta[i]};
+    }
+    // t = ipPos + (s - lag): the block's sample index counted from ipPos.
+    pos0 = V8{0, 0, 0, 0, 0, 0, s6.ipPos, s7.ipPos} - lag;
+    len = V8{never, never, never, never, never, never, s6.ipLen, s7.ipLen};
   }
 
-  // The set each lane uses on step s (lane k on sample s - kPowerLag - k).
-  Coefs4 at(int s) const {
-    const V4 t = pos0 + (splat(static_cast<double>(s - kPowerLag)) - V4{0.0, 1.0, 2.0, 3.0});
-    const M4 gliding = t <= len;
-    Coefs4 c;
+  FAST_INLINE Coefs8 at(int s) const {
+    const V8 t = pos0 + splat8(static_cast<double>(s));
+    const M8 gliding = t <= len;
+    Coefs8 c;
     for (int i = 0; i < 5; ++i) c.c[i] = gliding ? delta.c[i] * t + start.c[i] : after.c[i];
     return c;
   }
 
-  // Glide bookkeeping after n samples, as n calls of the per-sample glide would leave it.
+  // Glide bookkeeping after n samples, as n calls of the per-sample glide leave it.
   static void finish(Section& f, int n) {
     if (!(f.ipPos <= f.ipLen)) return;
-    const double remaining = f.ipLen - f.ipPos;  // samples before the ending one
-    if (static_cast<double>(n) > remaining) {
+    if (static_cast<double>(n) > f.ipLen - f.ipPos) {
       for (int i = 0; i < 5; ++i) {
         f.ipStart[i] = f.coef[i];
         f.ipDelta[i] = 0.0;
@@ -162,132 +196,145 @@ struct PowerGlide {
   }
 };
 
-// One scalar section with its state in registers.
-struct ScalarSection {
-  double c0, c1, c2, c3, c4, z1, z2;
+// ---------------------------------------------------------------------------
+// The four-times oversampled clipping section.
 
-  void load(const Section& s) {
-    c0 = s.coef[0];
-    c1 = s.coef[1];
-    c2 = s.coef[2];
-    c3 = s.coef[3];
-    c4 = s.coef[4];
-    z1 = s.z1;
-    z2 = s.z2;
-  }
-  void store(Section& s) const {
-    s.z1 = z1;
-    s.z2 = z2;
-  }
-  double run(double x) {
-    const double y = c2 * x + z1;
-    z1 = (c3 * x + z2) + c0 * y;
-    z2 = c4 * x + c1 * y;
-    return y;
-  }
-};
-
-// The fifth-order oversampling low-pass:
+// The fifth-order oversampling low-pass
 //   y = f0 v + s0;  s_k = (f_(k+1) v + c_(k+1) y) + s_(k+1),  k = 0..4
+// with s0 in a scalar (it carries the recursion from one sub-sample to the
+// next) and s1..s4 in the lanes of a vector; s5 is never written.
 struct OversamplingRow {
-  double s0, s1, s2, s3, s4, s5;
+  double s0;
+  V4 s14;  // s1, s2, s3, s4
+  double s5;
 
   void load(const double* s) {
     s0 = s[0];
-    s1 = s[1];
-    s2 = s[2];
-    s3 = s[3];
-    s4 = s[4];
+    s14 = V4{s[1], s[2], s[3], s[4]};
     s5 = s[5];
   }
   void store(double* s) const {
     s[0] = s0;
-    s[1] = s1;
-    s[2] = s2;
-    s[3] = s3;
-    s[4] = s4;
+    for (int i = 0; i < 4; ++i) s[1 + i] = s14[i];
   }
 };
 
 struct OversamplingCoefs {
-  double c1, c2, c3, c4, c5, f0, f1, f2, f3, f4, f5;
+  double c1, f0, f1;
+  V4 c25, f25;  // c2..c5, f2..f5
 
   void load(const double* feedback, const double* feedforward) {
     c1 = feedback[0];
-    c2 = feedback[1];
-    c3 = feedback[2];
-    c4 = feedback[3];
-    c5 = feedback[4];
     f0 = feedforward[0];
     f1 = feedforward[1];
-    f2 = feedforward[2];
-    f3 = feedforward[3];
-    f4 = feedforward[4];
-    f5 = feedforward[5];
+    c25 = V4{feedback[1], feedback[2], feedback[3], feedback[4]};
+    f25 = V4{feedforward[2], feedforward[3], feedforward[4], feedforward[5]};
   }
 
-  double step(OversamplingRow& r, double v) const {
+  // [s2, s3, s4, s5]: the entries each of s1..s4 adds.
+  static FAST_INLINE V4 next(const OversamplingRow& r) {
+    return __builtin_shuffle(r.s14, splat4(r.s5), M4{1, 2, 3, 4});
+  }
+
+  FAST_INLINE double step(OversamplingRow& r, double v) const {
     const double y = f0 * v + r.s0;
-    r.s0 = (f1 * v + c1 * y) + r.s1;
-    r.s1 = (f2 * v + c2 * y) + r.s2;
-    r.s2 = (f3 * v + c3 * y) + r.s3;
-    r.s3 = (f4 * v + c4 * y) + r.s4;
-    r.s4 = (f5 * v + c5 * y) + r.s5;
+    r.s0 = (f1 * v + c1 * y) + r.s14[0];
+    r.s14 = (f25 * splat4(v) + c25 * splat4(y)) + next(r);
     return y;
   }
 
-  // The same step for v = 0 without the f*0 terms.
-  double stepZeroInput(OversamplingRow& r) const {
+  // The same step for v = 0, without the f*0 terms.
+  FAST_INLINE double stepZeroInput(OversamplingRow& r) const {
     const double y = r.s0;
-    r.s0 = c1 * y + r.s1;
-    r.s1 = c2 * y + r.s2;
-    r.s2 = c3 * y + r.s3;
-    r.s3 = c4 * y + r.s4;
-    r.s4 = c5 * y + r.s5;
+    r.s0 = c1 * y + r.s14[0];
+    r.s14 = c25 * splat4(y) + next(r);
     return y;
   }
 };
 
-// The four-times oversampled clipping section of one input sample.
+// A first-order post section with z2 left out (it stays a zero):
+//   y = b0 x + z1;  z1 = b1 x + (-a1) y
+struct FirstOrderSection {
+  double c0, c2, c3, z1;
+
+  void load(const Section& s) {
+    c0 = s.coef[0];
+    c2 = s.coef[2];
+    c3 = s.coef[3];
+    z1 = s.z1;
+  }
+  void store(Section& s) const {
+    s.z1 = z1;
+    s.z2 = 0.0;
+  }
+  FAST_INLINE double run(double x) {
+    const double y = c2 * x + z1;
+    z1 = c3 * x + c0 * y;
+    return y;
+  }
+};
+
 struct Clipper4x {
   OversamplingCoefs os;
   OversamplingRow up, down;
-  ScalarSection post0, post1;
+  FirstOrderSection post0, post1;
   const double* table;  // E[0 .. 2*scale + 1]
   double scale;
 
-  // Clamp, post cascade, clamp, tanh table, decimation filter step.
-  double shapeAndDecimate(double y) {
+  // The interpolation filter's four sub-samples for input u (three zeros inserted).
+  FAST_INLINE void interpolate(double u, double* y) {
+    y[0] = os.step(up, u);
+    y[1] = os.stepZeroInput(up);
+    y[2] = os.stepZeroInput(up);
+    y[3] = os.stepZeroInput(up);
+  }
+
+  // Clamp to -0.001 .. 0.00125 (NaN: -0.001), x800, post cascade, clamp to
+  // -1 .. 1 (NaN: -1), tanh(16 h) from the table by linear interpolation.
+  // The clamps stay branches: a saturated sample then does not wait for y.
+  FAST_INLINE double shape(double y) {
     double h = y > 0.00125 ? 0.00125 : (y > -0.001 ? y : -0.001);
     h = h * 800.0;
     h = post1.run(post0.run(h));
     h = h > 1.0 ? 1.0 : (h > -1.0 ? h : -1.0);
     const double pos = scale + h * scale;
     const int j = static_cast<int>(pos);
-    const double w = (table[j + 1] - table[j]) * (pos - j) + table[j];
-    return os.step(down, w);
+    return (table[j + 1] - table[j]) * (pos - j) + table[j];
   }
 
-  double run(double u) {
-    const double z0 = shapeAndDecimate(os.step(up, u));
-    for (int pass = 1; pass < 4; ++pass) shapeAndDecimate(os.stepZeroInput(up));
+  // The decimation filter over the four sub-samples; the first one's output
+  // is the section's output, the other three are dropped.
+  FAST_INLINE double decimate(const double* w) {
+    const double z0 = os.step(down, w[0]);
+    os.step(down, w[1]);
+    os.step(down, w[2]);
+    os.step(down, w[3]);
     return z0;
   }
 };
 
+// ---------------------------------------------------------------------------
+
 struct Engine {
   const Block& b;
   const double n;
-  Pipeline4 pre, power, reviseA, reviseB;
-  PowerGlide glide;
+  Pipeline8 a;  // pre cascade | power cascade
+  Pipeline8 r;  // revise cascade
+  Glide glide;
   Clipper4x clipper;
+  double interpolated[4] = {};  // interpolation -> shaper
+  double shaped[4] = {};        // shaper -> decimation
+  double toned = 0.0;           // decimation -> power cascade
 
   Engine(ChainState& st, const Block& block) : b(block), n(block.n) {
-    pre.load(st.pre);
-    power.load(st.power);
-    reviseA.load(st.revise);
-    reviseB.load(st.revise + 4);
-    glide.load(st.power);
+    const double p = kPowerLag, q = kReviseLag;
+    const Section* aSections[8] = {&st.pre[0],   &st.pre[1],   &st.pre[2],   &st.pre[3],
+                                   &st.power[0], &st.power[1], &st.power[2], &st.power[3]};
+    const Section* rSections[8] = {&st.revise[0], &st.revise[1], &st.revise[2], &st.revise[3],
+                                   &st.revise[4], &st.revise[5], &st.revise[6], &st.revise[7]};
+    a.load(aSections, V8{0, 1, 2, 3, p, p + 1, p + 2, p + 3});
+    r.load(rSections, V8{q, q + 1, q + 2, q + 3, q + 4, q + 5, q + 6, q + 7});
+    glide.load(a.k, st.power[2], st.power[3], a.lag);
     clipper.os.load(st.osFeedback, st.osFeedforward);
     clipper.up.load(st.osUp);
     clipper.down.load(st.osDown);
@@ -298,65 +345,65 @@ struct Engine {
   }
 
   void store(ChainState& st) const {
-    pre.store(st.pre);
-    power.store(st.power);
-    reviseA.store(st.revise);
-    reviseB.store(st.revise + 4);
-    PowerGlide::finish(st.power[2], b.n);
-    PowerGlide::finish(st.power[3], b.n);
+    Section* aSections[8] = {&st.pre[0],   &st.pre[1],   &st.pre[2],   &st.pre[3],
+                             &st.power[0], &st.power[1], &st.power[2], &st.power[3]};
+    Section* rSections[8] = {&st.revise[0], &st.revise[1], &st.revise[2], &st.revise[3],
+                             &st.revise[4], &st.revise[5], &st.revise[6], &st.revise[7]};
+    a.store(aSections);
+    r.store(rSections);
+    Glide::finish(st.power[2], b.n);
+    Glide::finish(st.power[3], b.n);
     clipper.up.store(st.osUp);
     clipper.down.store(st.osDown);
     clipper.post0.store(st.post[0]);
     clipper.post1.store(st.post[1]);
   }
 
-  template <bool Edge, bool Glide>
-  void step(int s) {
-    const M4 all = M4{-1, -1, -1, -1};
+  FAST_INLINE bool inBlock(int j) const { return j >= 0 && j < b.n; }
 
-    // Pre cascade.
-    const double x = !Edge || s < b.n ? b.in[s] : 0.0;
-    const V4 preOut = pre.advance<Edge>(shiftIn(pre.y, x), pre.k, Edge ? lanesInBlock(s, kPreLag, n) : all);
+  template <bool Edge, bool Gliding>
+  FAST_INLINE void step(int s) {
+    // What the previous step left for this one.
+    const double preOut = a.y[3], powerOut = a.y[7], reviseOut = r.y[7], tonedIn = toned;
 
-    // Drive, clipping section and tone level of sample s - 3.
-    const int j = s - kClipLag;
-    double toned = 0.0;
-    if (!Edge || (j >= 0 && j < b.n)) {
-      const double k = static_cast<double>(j);
-      const double u = preOut[3] * (k * b.dSustain + b.sustainStart);
-      toned = clipper.run(u) * (k * b.dTone + b.toneStart);
-    }
-
-    // Power cascade (gliding sections 2 and 3).
-    const V4 reviseBIn = shiftIn(reviseB.y, reviseA.y[3]);
-    const V4 powerIn = shiftIn(power.y, toned);
-    const V4 powerOut = power.advance<Edge>(powerIn, Glide ? glide.at(s) : glide.after,
-                                            Edge ? lanesInBlock(s, kPowerLag, n) : all);
-
-    // Revise cascade.
-    reviseA.advance<Edge>(shiftIn(reviseA.y, powerOut[3]), reviseA.k,
-                          Edge ? lanesInBlock(s, kReviseLag, n) : all);
-    const V4 result = reviseB.advance<Edge>(reviseBIn, reviseB.k,
-                                            Edge ? lanesInBlock(s, kReviseLag + 4, n) : all);
-
-    // Output of sample s - 13: volume and output level on the effect path, or the dry input.
+    // Output: volume and output level on the effect path, or the dry input.
     const int o = s - kOutputLag;
-    if (!Edge || (o >= 0 && o < b.n)) {
+    if (!Edge || inBlock(o)) {
       const double k = static_cast<double>(o);
       const double gain = b.gains[o];
-      const double wet = (((k * b.dVolume + b.volumeStart) * result[3]) * b.outputLevel) * gain;
+      const double wet = (((k * b.dVolume + b.volumeStart) * reviseOut) * b.outputLevel) * gain;
       const double dry = gain * b.in[o];
       b.out[o] = b.pathFlags[o] == 1.0f ? wet : dry;
     }
+
+    // The cascades.
+    r.advance<Edge>(shiftIn(r.y, powerOut), r.k, s, n);
+    const double x = !Edge || s < b.n ? b.in[s] : 0.0;
+    a.advance<Edge>(shiftIn(a.y, x, tonedIn), Gliding ? glide.at(s) : glide.after, s, n);
+
+    // Decimation and tone level.
+    const int jd = s - kDecimateLag;
+    if (!Edge || inBlock(jd))
+      toned = clipper.decimate(shaped) * (static_cast<double>(jd) * b.dTone + b.toneStart);
+
+    // Shaper.
+    if (!Edge || inBlock(s - kShapeLag))
+      for (int pass = 0; pass < 4; ++pass) shaped[pass] = clipper.shape(interpolated[pass]);
+
+    // Drive and interpolation.
+    const int ji = s - kInterpolateLag;
+    if (!Edge || inBlock(ji))
+      clipper.interpolate(preOut * (static_cast<double>(ji) * b.dSustain + b.sustainStart),
+                          interpolated);
   }
 
-  template <bool Glide>
+  template <bool Gliding>
   void runSteps() {
     const int steps = b.n + kOutputLag;
     int s = 0;
-    for (; s < kOutputLag; ++s) step<true, Glide>(s);
-    for (; s < b.n; ++s) step<false, Glide>(s);
-    for (; s < steps; ++s) step<true, Glide>(s);
+    for (; s < kOutputLag; ++s) step<true, Gliding>(s);
+    for (; s < b.n; ++s) step<false, Gliding>(s);
+    for (; s < steps; ++s) step<true, Gliding>(s);
   }
 };
 

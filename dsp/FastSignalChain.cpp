@@ -4,6 +4,7 @@
 // filters and oversampling rows end every block exactly as the plain loop
 // leaves them and the two engines can take turns between blocks.
 #include <cstddef>
+#include <initializer_list>
 
 #include "dsp/FastChainState.h"
 #include "effect/VELTRAX.h"
@@ -45,6 +46,23 @@ void copyOut(const fast::Section& s, IIRFilter& f) {
   f.ipPos = s.ipPos;
 }
 
+// The kernels leave out z2 of the two post sections. That is exact (up to the
+// sign of a zero) when both are first order (b2 = a2 = 0, so z2 = b2 x - a2 y
+// is a zero for finite x and y) and nothing can overflow in this block: the
+// pole inside or on the unit circle (|a1| <= 1) and moderate coefficients and
+// state make |z1| grow at most linearly from its clamped input (|x| <= 1), far
+// below the largest double for any block length.
+bool postCascadeIsFirstOrder(const fast::ChainState& st) {
+  constexpr double kModerate = 1e6;
+  for (const fast::Section& s : st.post) {
+    if (!(s.coef[1] == 0.0 && s.coef[4] == 0.0 && s.z2 == 0.0)) return false;
+    if (!(s.coef[0] >= -1.0 && s.coef[0] <= 1.0)) return false;
+    for (double c : {s.coef[2], s.coef[3], s.z1})
+      if (!(c >= -kModerate && c <= kModerate)) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 // The kernels know only the biquad recursion and the effect's cascade sizes;
@@ -70,6 +88,10 @@ void VELTRAX::runSignalChainFast(const double* in, double* out, int32_t n, const
   fast::Section* const sections[4] = {st.pre, st.post, st.power, st.revise};
   for (int c = 0; c < 4; ++c)
     for (int32_t i = 0; i < stageFilterCount[c]; ++i) copyIn(*stageFilters[c][i], sections[c][i]);
+  if (!postCascadeIsFirstOrder(st)) {
+    runSignalChain(in, out, n, ramps);
+    return;
+  }
   for (int i = 0; i < 6; ++i) {
     st.osUp[i] = osUpState[i];
     st.osDown[i] = osDownState[i];
