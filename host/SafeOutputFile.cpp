@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "host/HostError.h"
+#include "host/InterruptCleanup.h"
 
 namespace veltrax::host {
 namespace {
@@ -66,6 +67,7 @@ SafeOutputFile::SafeOutputFile(const std::string& target) : target_(target) {
   fd_ = ::mkstemp(name.data());
   if (fd_ < 0) fail("cannot create a file in", directory, errno);
   temporary_ = name.data();
+  pendingSlot_ = registerPendingFile(temporary_.c_str());
   // mkstemp makes the file private; give it the mode a new file would get.
   const mode_t mask = ::umask(0);
   ::umask(mask);
@@ -75,6 +77,7 @@ SafeOutputFile::SafeOutputFile(const std::string& target) : target_(target) {
 SafeOutputFile::~SafeOutputFile() {
   if (fd_ >= 0) ::close(fd_);
   if (!committed_) ::unlink(temporary_.c_str());
+  unregisterPendingFile(pendingSlot_);
 }
 
 void SafeOutputFile::commit() {
@@ -84,6 +87,8 @@ void SafeOutputFile::commit() {
   if (::close(fd) != 0) fail("cannot write", target_, errno);
   if (::rename(temporary_.c_str(), target_.c_str()) != 0) fail("cannot replace", target_, errno);
   committed_ = true;
+  unregisterPendingFile(pendingSlot_);
+  pendingSlot_ = -1;
   // Make the rename itself durable.
   const int dir = ::open(directoryOf(target_).c_str(), O_RDONLY | O_DIRECTORY);
   if (dir >= 0) {

@@ -1,7 +1,7 @@
 // Writing an output file so that nothing is lost: the data go to a temporary
 // file in the target's directory, which is synced and renamed over the
 // target only when complete. Until commit() the target is untouched; a file
-// that is not committed is removed.
+// that is not committed is removed, also when an interrupt ends the process.
 #pragma once
 
 #include <string>
@@ -35,6 +35,7 @@ class SafeOutputFile {
   std::string target_;
   std::string temporary_;
   int fd_ = -1;
+  int pendingSlot_ = -1;
   bool committed_ = false;
 };
 

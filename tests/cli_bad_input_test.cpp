@@ -3,6 +3,7 @@
 // temporary file left behind.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -48,7 +49,8 @@ class BadInputTest : public testing::Test {
 TEST_F(BadInputTest, UnusableInputsAndSettings) {
   std::ofstream(dir.file("notes.txt")) << "not audio at all\n";
   ::mkdir(dir.file("folder.wav").c_str(), 0755);
-  const std::vector<std::string> extra{"folder.wav", "in.wav", "notes.txt"};
+  writeAudio(dir.file("slow.wav"), {testSignal(800, 110.0, 800, 0.3)}, 800, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+  const std::vector<std::string> extra{"folder.wav", "in.wav", "notes.txt", "slow.wav"};
   const struct {
     std::vector<std::string> args;
     int exitCode;
@@ -73,6 +75,7 @@ TEST_F(BadInputTest, UnusableInputsAndSettings) {
       {{"render", in, dir.file("notes.txt/out.wav")}, 1, "not a directory"},
       {{"render", in, out, "--module", dir.file("nothing.so")}, 1, "cannot load module"},
       {{"render", in, out, "--module", dir.file("notes.txt")}, 1, "cannot load module"},
+      {{"render", dir.file("slow.wav"), out}, 1, "800 Hz"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::PrintToString(c.args));
@@ -110,6 +113,24 @@ TEST_F(BadInputTest, FullDiskLeavesTheOldOutputAndNoTemporaryFile) {
   EXPECT_THAT(run.err, HasSubstr("File too large"));
   EXPECT_EQ(fileBytes(out), "keep me");
   EXPECT_EQ(fileBytes(in), inputBytes);
+  EXPECT_EQ(dir.entries(), (std::vector<std::string>{"in.wav", "out.wav"}));
+}
+
+TEST_F(BadInputTest, InterruptedRenderLeavesNoTemporaryFile) {
+  // Long enough, in one-sample blocks, to be caught while writing.
+  writeAudio(in, {testSignal(40 * 44100, 110.0, 44100, 0.3)}, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+  std::ofstream(out) << "keep me";
+  cli_test::RunningCli render({"render", in, out, "--force", "--block", "1"});
+  bool writing = false;
+  for (int wait = 0; wait < 5000 && !writing; ++wait) {
+    for (const auto& name : dir.entries()) writing |= name.rfind(".out.wav.", 0) == 0;
+    if (!writing) ::usleep(1000);
+  }
+  ASSERT_TRUE(writing) << "no temporary file appeared";
+  ::kill(render.pid(), SIGINT);
+  const auto run = render.wait();
+  EXPECT_EQ(run.exitCode, 128 + SIGINT);
+  EXPECT_EQ(fileBytes(out), "keep me");
   EXPECT_EQ(dir.entries(), (std::vector<std::string>{"in.wav", "out.wav"}));
 }
 

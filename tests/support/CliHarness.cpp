@@ -27,42 +27,58 @@ std::string slurp(int fd) {
 
 }  // namespace
 
-RunResult runCli(const std::vector<std::string>& arguments, const RunOptions& options) {
-  ScratchDir capture;
-  const std::string outPath = capture.file("stdout"), errPath = capture.file("stderr");
-  const pid_t child = ::fork();
-  if (child < 0) throw std::runtime_error("fork failed");
-  if (child == 0) {
-    const int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    const int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    ::dup2(out, STDOUT_FILENO);
-    ::dup2(err, STDERR_FILENO);
-    ::setenv("VELTRAX_MODULE", VELTRAX_MODULE_PATH, 1);
-    for (const auto& entry : options.environment) ::putenv(const_cast<char*>(entry.c_str()));
-    if (options.fileSizeLimit >= 0) {
-      // A full disk, as far as the writer can tell: writes past the limit
-      // fail with EFBIG instead of killing the process.
-      ::signal(SIGXFSZ, SIG_IGN);
-      const rlimit limit{static_cast<rlim_t>(options.fileSizeLimit),
-                         static_cast<rlim_t>(options.fileSizeLimit)};
-      ::setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    std::vector<char*> argv{const_cast<char*>(VELTRAX_CLI_PATH)};
-    for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
-    ::execv(VELTRAX_CLI_PATH, argv.data());
-    ::_exit(127);
+RunningCli::RunningCli(const std::vector<std::string>& arguments, const RunOptions& options) {
+  char pattern[] = "/tmp/veltrax-cli-capture-XXXXXX";
+  if (!::mkdtemp(pattern)) throw std::runtime_error("mkdtemp failed");
+  capture_ = pattern;
+  const std::string outPath = capture_ + "/stdout", errPath = capture_ + "/stderr";
+  pid_ = ::fork();
+  if (pid_ < 0) throw std::runtime_error("fork failed");
+  if (pid_ > 0) return;
+  const int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  const int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  ::dup2(out, STDOUT_FILENO);
+  ::dup2(err, STDERR_FILENO);
+  ::setenv("VELTRAX_MODULE", VELTRAX_MODULE_PATH, 1);
+  for (const auto& entry : options.environment) ::putenv(const_cast<char*>(entry.c_str()));
+  if (options.fileSizeLimit >= 0) {
+    // A full disk, as far as the writer can tell: writes past the limit
+    // fail with EFBIG instead of killing the process.
+    ::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{static_cast<rlim_t>(options.fileSizeLimit),
+                       static_cast<rlim_t>(options.fileSizeLimit)};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
   }
+  std::vector<char*> argv{const_cast<char*>(VELTRAX_CLI_PATH)};
+  for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+  argv.push_back(nullptr);
+  ::execv(VELTRAX_CLI_PATH, argv.data());
+  ::_exit(127);
+}
+
+RunningCli::~RunningCli() {
+  if (pid_ > 0) wait();
+  std::error_code ignored;
+  std::filesystem::remove_all(capture_, ignored);
+}
+
+RunResult RunningCli::wait() {
   int status = 0;
-  ::waitpid(child, &status, 0);
+  ::waitpid(pid_, &status, 0);
+  pid_ = -1;
   RunResult result;
   result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  const int out = ::open(outPath.c_str(), O_RDONLY), err = ::open(errPath.c_str(), O_RDONLY);
+  const int out = ::open((capture_ + "/stdout").c_str(), O_RDONLY);
+  const int err = ::open((capture_ + "/stderr").c_str(), O_RDONLY);
   result.out = slurp(out);
   result.err = slurp(err);
   ::close(out);
   ::close(err);
   return result;
+}
+
+RunResult runCli(const std::vector<std::string>& arguments, const RunOptions& options) {
+  return RunningCli(arguments, options).wait();
 }
 
 ScratchDir::ScratchDir() {
