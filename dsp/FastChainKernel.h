@@ -1,6 +1,7 @@
 // The scheduled signal chain. Included once per instruction set by the
 // FastChain*.cpp files, each of which defines FAST_CHAIN_ENTRY (the name of
-// the kernel it exports) and may switch on a wider target before including.
+// the kernel it exports) and FAST_CHAIN_LANES (8: 512-bit vectors, else 4),
+// and may switch on a wider target before including.
 // Everything here has internal linkage, so the copies never mix.
 //
 // Every lane of every vector performs exactly the scalar operations of the
@@ -38,27 +39,13 @@
 //   runs this kernel only when a block cannot overflow them (see
 //   postCascadeIsFirstOrder); their input is clamped to -0.8 .. 1.
 #include "dsp/FastChainState.h"
-
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
-// Every function below has internal linkage and is inlined into the kernel,
-// so how a 32- or 64-byte vector would cross a call never matters.
-#pragma GCC diagnostic ignored "-Wpsabi"
+#include "dsp/FastLanes.h"
 
 namespace {
-
-#define FAST_INLINE inline __attribute__((always_inline))
 
 using veltrax::fast::Block;
 using veltrax::fast::ChainState;
 using veltrax::fast::Section;
-
-typedef double V4 __attribute__((vector_size(32)));
-typedef long long M4 __attribute__((vector_size(32)));
-typedef double V8 __attribute__((vector_size(64)));
-typedef long long M8 __attribute__((vector_size(64)));
 
 constexpr int kInterpolateLag = 4;
 constexpr int kShapeLag = 5;
@@ -67,29 +54,26 @@ constexpr int kPowerLag = 7;
 constexpr int kReviseLag = 11;
 constexpr int kOutputLag = 19;
 
-FAST_INLINE V4 splat4(double v) { return V4{v, v, v, v}; }
-FAST_INLINE V8 splat8(double v) { return V8{v, v, v, v, v, v, v, v}; }
-
 // ---------------------------------------------------------------------------
 // Cascades as skewed eight-lane pipelines.
 
 struct Coefs8 {
-  V8 c[5];  // per lane: -a1, -a2, b0, b1, b2
+  Lanes8 c[5];  // per lane: -a1, -a2, b0, b1, b2
 };
 
 struct Pipeline8 {
   Coefs8 k;
-  V8 z1, z2;
-  V8 y;    // outputs of the last step
-  V8 lag;  // lane k works on sample s - lag[k]
+  Lanes8 z1, z2;
+  Lanes8 y;    // outputs of the last step
+  Lanes8 lag;  // lane k works on sample s - lag[k]
 
-  void load(const Section* const* s, V8 lanesLag) {
+  void load(const Section* const* s, Lanes8 lanesLag) {
     for (int i = 0; i < 5; ++i)
-      k.c[i] = V8{s[0]->coef[i], s[1]->coef[i], s[2]->coef[i], s[3]->coef[i],
-                  s[4]->coef[i], s[5]->coef[i], s[6]->coef[i], s[7]->coef[i]};
-    z1 = V8{s[0]->z1, s[1]->z1, s[2]->z1, s[3]->z1, s[4]->z1, s[5]->z1, s[6]->z1, s[7]->z1};
-    z2 = V8{s[0]->z2, s[1]->z2, s[2]->z2, s[3]->z2, s[4]->z2, s[5]->z2, s[6]->z2, s[7]->z2};
-    y = splat8(0.0);
+      k.c[i] = Lanes8::of(s[0]->coef[i], s[1]->coef[i], s[2]->coef[i], s[3]->coef[i],
+                          s[4]->coef[i], s[5]->coef[i], s[6]->coef[i], s[7]->coef[i]);
+    z1 = Lanes8::of(s[0]->z1, s[1]->z1, s[2]->z1, s[3]->z1, s[4]->z1, s[5]->z1, s[6]->z1, s[7]->z1);
+    z2 = Lanes8::of(s[0]->z2, s[1]->z2, s[2]->z2, s[3]->z2, s[4]->z2, s[5]->z2, s[6]->z2, s[7]->z2);
+    y = Lanes8::splat(0.0);
     lag = lanesLag;
   }
 
@@ -101,23 +85,23 @@ struct Pipeline8 {
   }
 
   // Lanes whose sample lies inside the block.
-  FAST_INLINE M8 lanesInBlock(int s, double n) const {
-    const V8 sample = splat8(static_cast<double>(s)) - lag;
-    return (sample >= 0.0) & (sample < n);
+  FAST_INLINE Mask8 lanesInBlock(int s, double n) const {
+    const Lanes8 sample = Lanes8::splat(static_cast<double>(s)) - lag;
+    return (sample >= Lanes8::splat(0.0)) & (sample < Lanes8::splat(n));
   }
 
   // Transposed direct form II in every lane:
   //   y = b0 x + z1;  z1 = (b1 x + z2) + (-a1) y;  z2 = b2 x + (-a2) y
   // On edge steps only the lanes with a sample keep their new state.
   template <bool Edge>
-  FAST_INLINE void advance(V8 x, const Coefs8& c, int s, double n) {
-    const V8 out = c.c[2] * x + z1;
-    const V8 nz1 = (c.c[3] * x + z2) + c.c[0] * out;
-    const V8 nz2 = c.c[4] * x + c.c[1] * out;
+  FAST_INLINE void advance(Lanes8 x, const Coefs8& c, int s, double n) {
+    const Lanes8 out = c.c[2] * x + z1;
+    const Lanes8 nz1 = (c.c[3] * x + z2) + c.c[0] * out;
+    const Lanes8 nz2 = c.c[4] * x + c.c[1] * out;
     if (Edge) {
-      const M8 live = lanesInBlock(s, n);
-      z1 = live ? nz1 : z1;
-      z2 = live ? nz2 : z2;
+      const Mask8 live = lanesInBlock(s, n);
+      z1 = select(live, nz1, z1);
+      z2 = select(live, nz2, z2);
     } else {
       z1 = nz1;
       z2 = nz2;
@@ -126,16 +110,6 @@ struct Pipeline8 {
   }
 };
 
-// The inputs of the next step: every lane takes the output of the lane before
-// it, except the first lane of each cascade, which takes a new sample.
-FAST_INLINE V8 shiftIn(V8 y, double first) {
-  return __builtin_shuffle(y, splat8(first), M8{8, 0, 1, 2, 3, 4, 5, 6});
-}
-FAST_INLINE V8 shiftIn(V8 y, double first, double fifth) {
-  const V8 fresh = V8{first, first, first, first, fifth, fifth, fifth, fifth};
-  return __builtin_shuffle(y, fresh, M8{8, 0, 1, 2, 12, 4, 5, 6});
-}
-
 // Pipeline A's coefficients. Power sections 2 and 3 (lanes 6 and 7) glide:
 // sample j of the block uses ipDelta*t + ipStart with t = ipPos + j while
 // t <= ipLen, and for the rest of the block the set in force after the glide.
@@ -143,11 +117,11 @@ struct Glide {
   Coefs8 after;  // the set used outside the glide (lanes 0..5: the fixed sets)
   Coefs8 start;  // ipStart (lanes 6, 7)
   Coefs8 delta;  // ipDelta (lanes 6, 7)
-  V8 pos0;       // ipPos at the block's start
-  V8 len;        // ipLen; -inf for the lanes that never glide
+  Lanes8 pos0;   // ipPos at the block's start, minus the lane's lag
+  Lanes8 len;    // ipLen; -inf for the lanes that never glide
   bool active;   // some sample of this block glides
 
-  void load(const Coefs8& fixed, const Section& s6, const Section& s7, V8 lag) {
+  void load(const Coefs8& fixed, const Section& s6, const Section& s7, Lanes8 lag) {
     active = false;
     after = fixed;
     const Section* gliding[2] = {&s6, &s7};
@@ -158,26 +132,26 @@ struct Glide {
         active = true;
         // Once the glide has ended inside the block, the section runs with
         // ipDelta = 0, ipStart = coef and t = ipLen + 1.
-        for (int i = 0; i < 5; ++i) after.c[i][lane] = 0.0 * (f.ipLen + 1.0) + f.coef[i];
+        for (int i = 0; i < 5; ++i) after.c[i].set(lane, 0.0 * (f.ipLen + 1.0) + f.coef[i]);
       } else {
-        for (int i = 0; i < 5; ++i) after.c[i][lane] = f.ipDelta[i] * f.ipPos + f.ipStart[i];
+        for (int i = 0; i < 5; ++i) after.c[i].set(lane, f.ipDelta[i] * f.ipPos + f.ipStart[i]);
       }
     }
     const double never = -__builtin_inf();
     for (int i = 0; i < 5; ++i) {
-      start.c[i] = V8{0, 0, 0, 0, 0, 0, s6.ipStart[i], s7.ipStart[i]};
-      delta.c[i] = V8{0, 0, 0, 0, 0, 0, s6.ipDelta[i], s7.ipDelta[i]};
+      start.c[i] = Lanes8::of(0, 0, 0, 0, 0, 0, s6.ipStart[i], s7.ipStart[i]);
+      delta.c[i] = Lanes8::of(0, 0, 0, 0, 0, 0, s6.ipDelta[i], s7.ipDelta[i]);
     }
     // t = ipPos + (s - lag): the block's sample index counted from ipPos.
-    pos0 = V8{0, 0, 0, 0, 0, 0, s6.ipPos, s7.ipPos} - lag;
-    len = V8{never, never, never, never, never, never, s6.ipLen, s7.ipLen};
+    pos0 = Lanes8::of(0, 0, 0, 0, 0, 0, s6.ipPos, s7.ipPos) - lag;
+    len = Lanes8::of(never, never, never, never, never, never, s6.ipLen, s7.ipLen);
   }
 
   FAST_INLINE Coefs8 at(int s) const {
-    const V8 t = pos0 + splat8(static_cast<double>(s));
-    const M8 gliding = t <= len;
+    const Lanes8 t = pos0 + Lanes8::splat(static_cast<double>(s));
+    const Mask8 gliding = t <= len;
     Coefs8 c;
-    for (int i = 0; i < 5; ++i) c.c[i] = gliding ? delta.c[i] * t + start.c[i] : after.c[i];
+    for (int i = 0; i < 5; ++i) c.c[i] = select(gliding, delta.c[i] * t + start.c[i], after.c[i]);
     return c;
   }
 
@@ -332,8 +306,8 @@ struct Engine {
                                    &st.power[0], &st.power[1], &st.power[2], &st.power[3]};
     const Section* rSections[8] = {&st.revise[0], &st.revise[1], &st.revise[2], &st.revise[3],
                                    &st.revise[4], &st.revise[5], &st.revise[6], &st.revise[7]};
-    a.load(aSections, V8{0, 1, 2, 3, p, p + 1, p + 2, p + 3});
-    r.load(rSections, V8{q, q + 1, q + 2, q + 3, q + 4, q + 5, q + 6, q + 7});
+    a.load(aSections, Lanes8::of(0, 1, 2, 3, p, p + 1, p + 2, p + 3));
+    r.load(rSections, Lanes8::of(q, q + 1, q + 2, q + 3, q + 4, q + 5, q + 6, q + 7));
     glide.load(a.k, st.power[2], st.power[3], a.lag);
     clipper.os.load(st.osFeedback, st.osFeedforward);
     clipper.up.load(st.osUp);

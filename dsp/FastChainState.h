@@ -45,10 +45,23 @@ struct Block {
 // per-sample loop would (up to the sign of zeros that only ever meet zeros).
 using Kernel = void (*)(ChainState& state, const Block& block);
 
-void runBaseline(ChainState& state, const Block& block);
 #if defined(__x86_64__) || defined(__i386__)
 void runAvx2(ChainState& state, const Block& block);
 void runAvx512(ChainState& state, const Block& block);
 #endif
+
+struct KernelChoice {
+  const char* name;  // "avx512", "avx2"
+  Kernel run;
+};
+
+// The kernels this processor can run, best first; the effect uses the first,
+// and the plain per-sample loop where there is none. Fills at most `capacity`
+// entries and returns how many there are.
+int supportedKernels(KernelChoice* choices, int capacity);
+
+// For tests and benchmarks: every instance's fast engine runs `kernel` from
+// its next block on (nullptr: the best one again). Call it with audio stopped.
+void overrideKernel(Kernel kernel);
 
 }  // namespace veltrax::fast

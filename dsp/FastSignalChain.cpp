@@ -1,8 +1,10 @@
 // The fast per-sample engine: copies the chain's running state into the
 // kernel's plain record, runs the kernel the processor supports best (chosen
-// once, at the first block), and copies the state back, so that the effect's
-// filters and oversampling rows end every block exactly as the plain loop
-// leaves them and the two engines can take turns between blocks.
+// once, at the first block; the plain loop on processors without AVX2), and
+// copies the state back, so that the effect's filters and oversampling rows
+// end every block exactly as the plain loop leaves them and the two engines
+// can take turns between blocks.
+#include <atomic>
 #include <cstddef>
 #include <initializer_list>
 
@@ -13,15 +15,11 @@ namespace {
 
 namespace fast = veltrax::fast;
 
+std::atomic<fast::Kernel> kernelOverride{nullptr};
+
 fast::Kernel bestKernel() {
-#if defined(__x86_64__) || defined(__i386__)
-  __builtin_cpu_init();
-  if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
-      __builtin_cpu_supports("avx512dq"))
-    return fast::runAvx512;
-  if (__builtin_cpu_supports("avx2")) return fast::runAvx2;
-#endif
-  return fast::runBaseline;
+  fast::KernelChoice best;
+  return fast::supportedKernels(&best, 1) > 0 ? best.run : nullptr;
 }
 
 void copyIn(const IIRFilter& f, fast::Section& s) {
@@ -65,6 +63,26 @@ bool postCascadeIsFirstOrder(const fast::ChainState& st) {
 
 }  // namespace
 
+namespace veltrax::fast {
+
+int supportedKernels(KernelChoice* choices, int capacity) {
+  KernelChoice all[2];
+  int count = 0;
+#if defined(__x86_64__) || defined(__i386__)
+  __builtin_cpu_init();
+  if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
+      __builtin_cpu_supports("avx512dq"))
+    all[count++] = {"avx512", runAvx512};
+  if (__builtin_cpu_supports("avx2")) all[count++] = {"avx2", runAvx2};
+#endif
+  for (int i = 0; i < count && i < capacity; ++i) choices[i] = all[i];
+  return count;
+}
+
+void overrideKernel(Kernel kernel) { kernelOverride.store(kernel, std::memory_order_relaxed); }
+
+}  // namespace veltrax::fast
+
 // The kernels know only the biquad recursion and the effect's cascade sizes;
 // any other build of the chain runs the plain loop.
 bool VELTRAX::fastChainApplies() const {
@@ -78,11 +96,13 @@ bool VELTRAX::fastChainApplies() const {
 }
 
 void VELTRAX::runSignalChainFast(const double* in, double* out, int32_t n, const ControlRamps& ramps) {
-  if (!fastChainApplies()) {
+  static const fast::Kernel best = bestKernel();
+  const fast::Kernel forced = kernelOverride.load(std::memory_order_relaxed);
+  const fast::Kernel kernel = forced ? forced : best;
+  if (!kernel || !fastChainApplies()) {
     runSignalChain(in, out, n, ramps);
     return;
   }
-  static const fast::Kernel kernel = bestKernel();
 
   fast::ChainState st;
   fast::Section* const sections[4] = {st.pre, st.post, st.power, st.revise};
