@@ -59,7 +59,7 @@ void automate(const Instance& fx, int step) {
     case 6:
       fx.getParameter(step % 4);
       fx.dispatch(effGetParamDisplay, step % 4, 0, text);
-      callSlot<void, int32_t, float, char*>(fx.object(), kSlotGetParameterDisplayOf, step % 4, value, text);
+      callVirtualSlot<void, int32_t, float, char*>(fx.object(), kSlotGetParameterDisplayOf, step % 4, value, text);
       break;
     default: fx.dispatch(effGetProgramName, 0, 0, text); break;
   }

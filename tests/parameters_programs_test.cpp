@@ -19,7 +19,7 @@ class EffectShell : public ::testing::Test {
   std::string display(int32_t index) const { return fx.text(effGetParamDisplay, index, 9); }
   std::string displayOf(int32_t index, float value) const {
     char text[9] = "unset";
-    callSlot<void, int32_t, float, char*>(fx.object(), kSlotGetParameterDisplayOf, index, value, text);
+    callVirtualSlot<void, int32_t, float, char*>(fx.object(), kSlotGetParameterDisplayOf, index, value, text);
     return text;
   }
   std::string programName() const { return fx.text(effGetProgramName, 0, 24); }
@@ -54,16 +54,16 @@ TEST_F(EffectShell, IdentityAndFixedAnswers) {
   }
 
   void* object = fx.object();
-  EXPECT_EQ(callSlot<int32_t>(object, kSlotGetNumOfInJacks), 1);
-  EXPECT_EQ(callSlot<int32_t>(object, kSlotGetNumOfOutJacks), 1);
+  EXPECT_EQ(callVirtualSlot<int32_t>(object, kSlotGetNumOfInJacks), 1);
+  EXPECT_EQ(callVirtualSlot<int32_t>(object, kSlotGetNumOfOutJacks), 1);
   for (int32_t jack : {0, 1, -3}) {
-    EXPECT_EQ((callSlot<int32_t, int32_t>(object, kSlotGetNumOfInSig, jack)), 1);
-    EXPECT_EQ((callSlot<int32_t, int32_t>(object, kSlotGetNumOfOutSig, jack)), 1);
-    EXPECT_EQ((callSlot<int32_t, int32_t>(object, kSlotGetStartNumInSig, jack)), 0);
-    EXPECT_EQ((callSlot<int32_t, int32_t>(object, kSlotGetStartNumOutSig, jack)), 0);
+    EXPECT_EQ((callVirtualSlot<int32_t, int32_t>(object, kSlotGetNumOfInSig, jack)), 1);
+    EXPECT_EQ((callVirtualSlot<int32_t, int32_t>(object, kSlotGetNumOfOutSig, jack)), 1);
+    EXPECT_EQ((callVirtualSlot<int32_t, int32_t>(object, kSlotGetStartNumInSig, jack)), 0);
+    EXPECT_EQ((callVirtualSlot<int32_t, int32_t>(object, kSlotGetStartNumOutSig, jack)), 0);
   }
-  EXPECT_EQ(callSlot<int32_t>(object, kSlotGetDryInSigNum), -1);
-  EXPECT_EQ(callSlot<int32_t>(object, kSlotGetHeaderVersion), 1);
+  EXPECT_EQ(callVirtualSlot<int32_t>(object, kSlotGetDryInSigNum), -1);
+  EXPECT_EQ(callVirtualSlot<int32_t>(object, kSlotGetHeaderVersion), 1);
 }
 
 TEST_F(EffectShell, ParameterNamesValuesAndDisplays) {

@@ -53,7 +53,7 @@ TEST_F(PluginEntry, AnyNonZeroVersionCreatesAnInstanceWhoseRecordPointsBack) {
     EXPECT_EQ(record->magic, kEffectMagic);
     ASSERT_NE(record->object, nullptr);
     // The object's own getAeffect (vtable slot 31) answers this very record.
-    EXPECT_EQ(callSlot<AEffect*>(record->object, 31), record);
+    EXPECT_EQ(callVirtualSlot<AEffect*>(record->object, 31), record);
     destroyInterface(object);
     EXPECT_EQ(record->dispatcher(record, effClose, 0, 0, nullptr, 0.0f), 1);
   }

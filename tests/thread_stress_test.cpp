@@ -68,7 +68,7 @@ struct ExpectedTexts {
     char text[kParamTextBufferSize];
     for (int32_t p = 0; p < 4; ++p) {
       for (int j = 0; j <= kSteps; ++j) {
-        callSlot<void, int32_t, float, char*>(quiet.object(), kSlotGetParameterDisplayOf, p, writtenValue(j), text);
+        callVirtualSlot<void, int32_t, float, char*>(quiet.object(), kSlotGetParameterDisplayOf, p, writtenValue(j), text);
         displays[p].insert(text);
       }
       names[p] = quiet.text(effGetParamName, p, kParamTextBufferSize);
@@ -125,7 +125,7 @@ void controlThread(const Instance& fx, const ExpectedTexts& expected, int64_t it
         break;
       case 6: {
         const int j = step(rng);
-        callSlot<void, int32_t, float, char*>(fx.object(), kSlotGetParameterDisplayOf, p, writtenValue(j), display);
+        callVirtualSlot<void, int32_t, float, char*>(fx.object(), kSlotGetParameterDisplayOf, p, writtenValue(j), display);
         if (!expected.displays[p].count(display)) failures.add(std::string("display of a value: '") + display + "'");
         break;
       }

@@ -16,7 +16,7 @@ AEffect* interfaceEffect(void* interfaceObject) {
   return effect;
 }
 
-void destroyInterface(void* interfaceObject) { callSlot<void>(interfaceObject, 1); }
+void destroyInterface(void* interfaceObject) { callVirtualSlot<void>(interfaceObject, 1); }
 
 Module::Module(const char* path) {
   handle_ = dlopen(path, RTLD_NOW | RTLD_LOCAL);

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "VtableCall.h"
 #include "frame/AEffect.h"
 
 namespace testhost {
@@ -42,14 +43,6 @@ class Module {
   EntryFunction getinterface_ = nullptr;
   EntryFunction qTypeIF_ = nullptr;
 };
-
-// Calls virtual slot `slot` of a polymorphic object (Itanium ABI: the object
-// starts with its vtable pointer; `this` is the first argument).
-template <typename R, typename... Args>
-R callSlot(void* object, int slot, Args... args) {
-  void** vtable = *static_cast<void***>(object);
-  return reinterpret_cast<R (*)(void*, Args...)>(vtable[slot])(object, args...);
-}
 
 // Vtable positions of the host-extension operations the tests use.
 enum Slot : int {
@@ -84,7 +77,7 @@ class Instance {
   void setSampleRate(float rate) const { dispatch(effSetSampleRate, 0, 0, nullptr, rate); }
   void setParameter(int32_t index, float value) const { effect_->setParameter(effect_, index, value); }
   float getParameter(int32_t index) const { return effect_->getParameter(effect_, index); }
-  void setProgramLong(long program) const { callSlot<void, long>(object(), kSlotSetProgramLong, program); }
+  void setProgramLong(long program) const { callVirtualSlot<void, long>(object(), kSlotSetProgramLong, program); }
   std::string text(int32_t opcode, int32_t index = 0, size_t bufferSize = 64) const;
 
   // Processes `in` (copied) in blocks of the given lengths, cycling through them.
