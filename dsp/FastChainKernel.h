@@ -272,8 +272,8 @@ struct Clipper4x {
     h = post1.run(post0.run(h));
     h = h > 1.0 ? 1.0 : (h > -1.0 ? h : -1.0);
     const double pos = scale + h * scale;
-    const int j = static_cast<int>(pos);
-    return (table[j + 1] - table[j]) * (pos - j) + table[j];
+    const long j = static_cast<long>(pos);
+    return (table[j + 1] - table[j]) * (pos - __builtin_trunc(pos)) + table[j];
   }
 
   // The decimation filter over the four sub-samples; the first one's output
