@@ -45,7 +45,9 @@ namespace {
 
 using veltrax::fast::Block;
 using veltrax::fast::ChainState;
-using veltrax::fast::Section;
+using veltrax::fast::GlideState;
+using veltrax::fast::PostSection;
+using veltrax::fast::SectionBank;
 
 constexpr int kInterpolateLag = 4;
 constexpr int kShapeLag = 5;
@@ -67,21 +69,17 @@ struct Pipeline8 {
   Lanes8 y;    // outputs of the last step
   Lanes8 lag;  // lane k works on sample s - lag[k]
 
-  void load(const Section* const* s, Lanes8 lanesLag) {
-    for (int i = 0; i < 5; ++i)
-      k.c[i] = Lanes8::of(s[0]->coef[i], s[1]->coef[i], s[2]->coef[i], s[3]->coef[i],
-                          s[4]->coef[i], s[5]->coef[i], s[6]->coef[i], s[7]->coef[i]);
-    z1 = Lanes8::of(s[0]->z1, s[1]->z1, s[2]->z1, s[3]->z1, s[4]->z1, s[5]->z1, s[6]->z1, s[7]->z1);
-    z2 = Lanes8::of(s[0]->z2, s[1]->z2, s[2]->z2, s[3]->z2, s[4]->z2, s[5]->z2, s[6]->z2, s[7]->z2);
+  void load(const SectionBank& bank, Lanes8 lanesLag) {
+    for (int i = 0; i < 5; ++i) k.c[i] = Lanes8::load(bank.coef[i]);
+    z1 = Lanes8::load(bank.z1);
+    z2 = Lanes8::load(bank.z2);
     y = Lanes8::splat(0.0);
     lag = lanesLag;
   }
 
-  void store(Section* const* s) const {
-    for (int lane = 0; lane < 8; ++lane) {
-      s[lane]->z1 = z1[lane];
-      s[lane]->z2 = z2[lane];
-    }
+  void store(SectionBank& bank) const {
+    z1.store(bank.z1);
+    z2.store(bank.z2);
   }
 
   // Lanes whose sample lies inside the block.
@@ -121,30 +119,30 @@ struct Glide {
   Lanes8 len;    // ipLen; -inf for the lanes that never glide
   bool active;   // some sample of this block glides
 
-  void load(const Coefs8& fixed, const Section& s6, const Section& s7, Lanes8 lag) {
+  void load(const Coefs8& fixed, const GlideState* glides, Lanes8 lag) {
     active = false;
     after = fixed;
-    const Section* gliding[2] = {&s6, &s7};
     for (int g = 0; g < 2; ++g) {
-      const Section& f = *gliding[g];
+      const GlideState& f = glides[g];
       const int lane = 6 + g;
       if (f.ipPos <= f.ipLen) {
         active = true;
         // Once the glide has ended inside the block, the section runs with
         // ipDelta = 0, ipStart = coef and t = ipLen + 1.
-        for (int i = 0; i < 5; ++i) after.c[i].set(lane, 0.0 * (f.ipLen + 1.0) + f.coef[i]);
+        for (int i = 0; i < 5; ++i) after.c[i].set(lane, 0.0 * (f.ipLen + 1.0) + fixed.c[i][lane]);
       } else {
         for (int i = 0; i < 5; ++i) after.c[i].set(lane, f.ipDelta[i] * f.ipPos + f.ipStart[i]);
       }
     }
+    const GlideState &g6 = glides[0], &g7 = glides[1];
     const double never = -__builtin_inf();
     for (int i = 0; i < 5; ++i) {
-      start.c[i] = Lanes8::of(0, 0, 0, 0, 0, 0, s6.ipStart[i], s7.ipStart[i]);
-      delta.c[i] = Lanes8::of(0, 0, 0, 0, 0, 0, s6.ipDelta[i], s7.ipDelta[i]);
+      start.c[i] = Lanes8::of(0, 0, 0, 0, 0, 0, g6.ipStart[i], g7.ipStart[i]);
+      delta.c[i] = Lanes8::of(0, 0, 0, 0, 0, 0, g6.ipDelta[i], g7.ipDelta[i]);
     }
     // t = ipPos + (s - lag): the block's sample index counted from ipPos.
-    pos0 = Lanes8::of(0, 0, 0, 0, 0, 0, s6.ipPos, s7.ipPos) - lag;
-    len = Lanes8::of(never, never, never, never, never, never, s6.ipLen, s7.ipLen);
+    pos0 = Lanes8::of(0, 0, 0, 0, 0, 0, g6.ipPos, g7.ipPos) - lag;
+    len = Lanes8::of(never, never, never, never, never, never, g6.ipLen, g7.ipLen);
   }
 
   FAST_INLINE Coefs8 at(int s) const {
@@ -156,11 +154,11 @@ struct Glide {
   }
 
   // Glide bookkeeping after n samples, as n calls of the per-sample glide leave it.
-  static void finish(Section& f, int n) {
+  static void finish(GlideState& f, const SectionBank& bank, int lane, int n) {
     if (!(f.ipPos <= f.ipLen)) return;
     if (static_cast<double>(n) > f.ipLen - f.ipPos) {
       for (int i = 0; i < 5; ++i) {
-        f.ipStart[i] = f.coef[i];
+        f.ipStart[i] = bank.coef[i][lane];
         f.ipDelta[i] = 0.0;
       }
       f.ipPos = f.ipLen + 1.0;
@@ -231,13 +229,13 @@ struct OversamplingCoefs {
 struct FirstOrderSection {
   double c0, c2, c3, z1;
 
-  void load(const Section& s) {
+  void load(const PostSection& s) {
     c0 = s.coef[0];
     c2 = s.coef[2];
     c3 = s.coef[3];
     z1 = s.z1;
   }
-  void store(Section& s) const {
+  void store(PostSection& s) const {
     s.z1 = z1;
     s.z2 = 0.0;
   }
@@ -302,13 +300,9 @@ struct Engine {
 
   Engine(ChainState& st, const Block& block) : b(block), n(block.n) {
     const double p = kPowerLag, q = kReviseLag;
-    const Section* aSections[8] = {&st.pre[0],   &st.pre[1],   &st.pre[2],   &st.pre[3],
-                                   &st.power[0], &st.power[1], &st.power[2], &st.power[3]};
-    const Section* rSections[8] = {&st.revise[0], &st.revise[1], &st.revise[2], &st.revise[3],
-                                   &st.revise[4], &st.revise[5], &st.revise[6], &st.revise[7]};
-    a.load(aSections, Lanes8::of(0, 1, 2, 3, p, p + 1, p + 2, p + 3));
-    r.load(rSections, Lanes8::of(q, q + 1, q + 2, q + 3, q + 4, q + 5, q + 6, q + 7));
-    glide.load(a.k, st.power[2], st.power[3], a.lag);
+    a.load(st.a, Lanes8::of(0, 1, 2, 3, p, p + 1, p + 2, p + 3));
+    r.load(st.b, Lanes8::of(q, q + 1, q + 2, q + 3, q + 4, q + 5, q + 6, q + 7));
+    glide.load(a.k, st.glide, a.lag);
     clipper.os.load(st.osFeedback, st.osFeedforward);
     clipper.up.load(st.osUp);
     clipper.down.load(st.osDown);
@@ -319,14 +313,10 @@ struct Engine {
   }
 
   void store(ChainState& st) const {
-    Section* aSections[8] = {&st.pre[0],   &st.pre[1],   &st.pre[2],   &st.pre[3],
-                             &st.power[0], &st.power[1], &st.power[2], &st.power[3]};
-    Section* rSections[8] = {&st.revise[0], &st.revise[1], &st.revise[2], &st.revise[3],
-                             &st.revise[4], &st.revise[5], &st.revise[6], &st.revise[7]};
-    a.store(aSections);
-    r.store(rSections);
-    Glide::finish(st.power[2], b.n);
-    Glide::finish(st.power[3], b.n);
+    a.store(st.a);
+    r.store(st.b);
+    Glide::finish(st.glide[0], st.a, 6, b.n);
+    Glide::finish(st.glide[1], st.a, 7, b.n);
     clipper.up.store(st.osUp);
     clipper.down.store(st.osDown);
     clipper.post0.store(st.post[0]);

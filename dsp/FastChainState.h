@@ -8,20 +8,30 @@
 
 namespace veltrax::fast {
 
-// One filter section: coefficients (-a1, -a2, b0, b1, b2), glide and delay state.
-struct Section {
-  double coef[5];
-  double ipStart[5];
-  double ipDelta[5];
-  double z1, z2;
+// Eight filter sections side by side, one per lane. Bank A holds the pre
+// cascade (lanes 0..3) and the power cascade (lanes 4..7), bank B the revise
+// cascade (lanes 0..7).
+struct SectionBank {
+  double coef[5][8];  // coefficient i (-a1, -a2, b0, b1, b2) of lane k
+  double z1[8], z2[8];
+};
+
+// Glide state of power sections 2 and 3 (bank A lanes 6 and 7).
+struct GlideState {
+  double ipStart[5], ipDelta[5];
   double ipPos, ipLen;
 };
 
+// A section of the post cascade, which runs at four times the rate.
+struct PostSection {
+  double coef[5];
+  double z1, z2;
+};
+
 struct ChainState {
-  Section pre[4];
-  Section post[2];    // runs at four times the rate
-  Section power[4];   // sections 2 and 3 glide after a tone change
-  Section revise[8];
+  SectionBank a, b;
+  GlideState glide[2];
+  PostSection post[2];
   double osFeedback[5];     // c1 .. c5
   double osFeedforward[6];  // f0 .. f5
   double osUp[6];           // interpolation filter state row

@@ -35,6 +35,12 @@ struct Lanes8 {
     return {V8{a0, a1, a2, a3, a4, a5, a6, a7}};
   }
   static FAST_INLINE Lanes8 splat(double x) { return {V8{x, x, x, x, x, x, x, x}}; }
+  static FAST_INLINE Lanes8 load(const double* p) {
+    Lanes8 r;
+    __builtin_memcpy(&r.v, p, sizeof r.v);
+    return r;
+  }
+  FAST_INLINE void store(double* p) const { __builtin_memcpy(p, &v, sizeof v); }
   FAST_INLINE double operator[](int i) const { return v[i]; }
   FAST_INLINE void set(int i, double x) { v[i] = x; }
 
@@ -74,6 +80,16 @@ struct Lanes8 {
     return {V4{a0, a1, a2, a3}, V4{a4, a5, a6, a7}};
   }
   static FAST_INLINE Lanes8 splat(double x) { return {splat4(x), splat4(x)}; }
+  static FAST_INLINE Lanes8 load(const double* p) {
+    Lanes8 r;
+    __builtin_memcpy(&r.lo, p, sizeof r.lo);
+    __builtin_memcpy(&r.hi, p + 4, sizeof r.hi);
+    return r;
+  }
+  FAST_INLINE void store(double* p) const {
+    __builtin_memcpy(p, &lo, sizeof lo);
+    __builtin_memcpy(p + 4, &hi, sizeof hi);
+  }
   FAST_INLINE double operator[](int i) const { return i < 4 ? lo[i] : hi[i - 4]; }
   FAST_INLINE void set(int i, double x) {
     if (i < 4)

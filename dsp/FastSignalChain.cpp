@@ -17,31 +17,57 @@ namespace fast = veltrax::fast;
 
 std::atomic<fast::Kernel> kernelOverride{nullptr};
 
+// Below this many samples the fixed cost of a scheduled block (filling and
+// draining the pipelines, about twenty steps, and copying the state) outweighs
+// what it saves, and the plain loop is faster.
+constexpr int32_t kSmallestFastBlock = 16;
+
 fast::Kernel bestKernel() {
   fast::KernelChoice best;
   return fast::supportedKernels(&best, 1) > 0 ? best.run : nullptr;
 }
 
-void copyIn(const IIRFilter& f, fast::Section& s) {
-  for (int i = 0; i < 5; ++i) {
-    s.coef[i] = f.coef[i];
-    s.ipStart[i] = f.ipStart[i];
-    s.ipDelta[i] = f.ipDelta[i];
-  }
-  s.z1 = f.z1;
-  s.z2 = f.z2;
-  s.ipPos = f.ipPos;
-  s.ipLen = f.ipLen;
+// The sections of the three full-rate cascades in their bank lanes: bank A
+// lanes 0..3 the pre cascade, 4..7 the power cascade; bank B the revise cascade.
+struct BankLane {
+  int cascade, stage;
+};
+constexpr BankLane kBankA[8] = {{VELTRAX::kPre, 0},   {VELTRAX::kPre, 1},   {VELTRAX::kPre, 2},
+                                {VELTRAX::kPre, 3},   {VELTRAX::kPower, 0}, {VELTRAX::kPower, 1},
+                                {VELTRAX::kPower, 2}, {VELTRAX::kPower, 3}};
+
+void copyIn(const IIRFilter& f, fast::SectionBank& bank, int lane) {
+  for (int i = 0; i < 5; ++i) bank.coef[i][lane] = f.coef[i];
+  bank.z1[lane] = f.z1;
+  bank.z2[lane] = f.z2;
 }
 
-void copyOut(const fast::Section& s, IIRFilter& f) {
+void copyOut(const fast::SectionBank& bank, int lane, IIRFilter& f) {
+  f.z1 = bank.z1[lane];
+  f.z2 = bank.z2[lane];
+}
+
+void copyIn(const IIRFilter& f, fast::GlideState& g) {
   for (int i = 0; i < 5; ++i) {
-    f.ipStart[i] = s.ipStart[i];
-    f.ipDelta[i] = s.ipDelta[i];
+    g.ipStart[i] = f.ipStart[i];
+    g.ipDelta[i] = f.ipDelta[i];
   }
-  f.z1 = s.z1;
-  f.z2 = s.z2;
-  f.ipPos = s.ipPos;
+  g.ipPos = f.ipPos;
+  g.ipLen = f.ipLen;
+}
+
+void copyOut(const fast::GlideState& g, IIRFilter& f) {
+  for (int i = 0; i < 5; ++i) {
+    f.ipStart[i] = g.ipStart[i];
+    f.ipDelta[i] = g.ipDelta[i];
+  }
+  f.ipPos = g.ipPos;
+}
+
+void copyIn(const IIRFilter& f, fast::PostSection& s) {
+  for (int i = 0; i < 5; ++i) s.coef[i] = f.coef[i];
+  s.z1 = f.z1;
+  s.z2 = f.z2;
 }
 
 // The kernels leave out z2 of the two post sections. That is exact (up to the
@@ -52,7 +78,7 @@ void copyOut(const fast::Section& s, IIRFilter& f) {
 // below the largest double for any block length.
 bool postCascadeIsFirstOrder(const fast::ChainState& st) {
   constexpr double kModerate = 1e6;
-  for (const fast::Section& s : st.post) {
+  for (const fast::PostSection& s : st.post) {
     if (!(s.coef[1] == 0.0 && s.coef[4] == 0.0 && s.z2 == 0.0)) return false;
     if (!(s.coef[0] >= -1.0 && s.coef[0] <= 1.0)) return false;
     for (double c : {s.coef[2], s.coef[3], s.z1})
@@ -99,15 +125,23 @@ void VELTRAX::runSignalChainFast(const double* in, double* out, int32_t n, const
   static const fast::Kernel best = bestKernel();
   const fast::Kernel forced = kernelOverride.load(std::memory_order_relaxed);
   const fast::Kernel kernel = forced ? forced : best;
-  if (!kernel || !fastChainApplies()) {
+  if (!kernel || n < kSmallestFastBlock || !fastChainApplies()) {
     runSignalChain(in, out, n, ramps);
     return;
   }
 
   fast::ChainState st;
-  fast::Section* const sections[4] = {st.pre, st.post, st.power, st.revise};
-  for (int c = 0; c < 4; ++c)
-    for (int32_t i = 0; i < stageFilterCount[c]; ++i) copyIn(*stageFilters[c][i], sections[c][i]);
+  IIRFilter* const* power = stageFilters[kPower];
+  IIRFilter* const* post = stageFilters[kPost];
+  IIRFilter* const* revise = stageFilters[kRevise];
+  for (int lane = 0; lane < 8; ++lane) {
+    copyIn(*stageFilters[kBankA[lane].cascade][kBankA[lane].stage], st.a, lane);
+    copyIn(*revise[lane], st.b, lane);
+  }
+  copyIn(*power[2], st.glide[0]);
+  copyIn(*power[3], st.glide[1]);
+  copyIn(*post[0], st.post[0]);
+  copyIn(*post[1], st.post[1]);
   if (!postCascadeIsFirstOrder(st)) {
     runSignalChain(in, out, n, ramps);
     return;
@@ -141,8 +175,16 @@ void VELTRAX::runSignalChainFast(const double* in, double* out, int32_t n, const
 
   kernel(st, block);
 
-  for (int c = 0; c < 4; ++c)
-    for (int32_t i = 0; i < stageFilterCount[c]; ++i) copyOut(sections[c][i], *stageFilters[c][i]);
+  for (int lane = 0; lane < 8; ++lane) {
+    copyOut(st.a, lane, *stageFilters[kBankA[lane].cascade][kBankA[lane].stage]);
+    copyOut(st.b, lane, *revise[lane]);
+  }
+  copyOut(st.glide[0], *power[2]);
+  copyOut(st.glide[1], *power[3]);
+  for (int i = 0; i < 2; ++i) {
+    post[i]->z1 = st.post[i].z1;
+    post[i]->z2 = st.post[i].z2;
+  }
   for (int i = 0; i < 5; ++i) {
     osUpState[i] = st.osUp[i];
     osDownState[i] = st.osDown[i];
