@@ -2,8 +2,13 @@
 # the set-up a fresh Debian machine needs.
 PREFIX ?= /usr/local
 JOBS   ?= $(shell nproc)
+# Fuzzing time of `make fuzz` (CI runs `make fuzz-ci`, 60 s).
+FUZZ_SECONDS ?= 600
+FUZZER = build/fuzz/fuzz/host_interface_fuzzer
+# The end-to-end tests valgrind runs (tools/valgrind-subset.sh).
+VALGRIND_TESTS = plugin_entry_test parameters_programs_test signal_chain_test soak_test sample_rate_sweep_test
 
-.PHONY: setup test demo build install bench fuzz fuzz-ci m32 asan tsan valgrind ci clean
+.PHONY: setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean
 
 setup:
 	@tools/setup.sh
@@ -36,8 +41,27 @@ asan: setup
 
 tsan: setup
 	cmake --preset tsan
-	cmake --build --preset tsan -j $(JOBS)
+	cmake --build --preset tsan -j $(JOBS) --target thread_stress_test
 	ctest --preset tsan -j $(JOBS) -L threads
+
+# libFuzzer on the host interface; new inputs collect in build/fuzz/corpus,
+# the committed seeds in fuzz/corpus are only read.
+fuzz-build: setup
+	cmake --preset fuzz
+	cmake --build --preset fuzz -j $(JOBS) --target host_interface_fuzzer
+	mkdir -p build/fuzz/corpus
+
+fuzz: fuzz-build
+	$(FUZZER) -max_total_time=$(FUZZ_SECONDS) -max_len=4096 -print_final_stats=1 \
+	  -artifact_prefix=build/fuzz/ build/fuzz/corpus fuzz/corpus
+
+fuzz-ci:
+	$(MAKE) fuzz FUZZ_SECONDS=60
+
+valgrind: setup
+	cmake --preset release
+	cmake --build --preset release -j $(JOBS) --target $(VALGRIND_TESTS)
+	tools/valgrind-subset.sh build/release
 
 clean:
 	rm -rf build demo-out
