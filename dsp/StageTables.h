@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "dsp/IIRFilter.h"
+
 // Pre cascade, at the sample rate: two high shelves taming the top octave,
 // a 10 Hz DC blocker and a +3 dB bump at 120 Hz.
 extern const double VELTRAXpreFrq[4];
@@ -43,3 +45,18 @@ struct StageTable {
 
 // Indexed pre, post, power, revise (the effect's cascade order).
 extern const StageTable kStageTables[4];
+
+// A fresh design record for one stage (no band edges: frqLow = frqHigh = 0).
+// Each design gets its own record, since the design writes back sanitised
+// frequency and Q.
+inline filterPrm_tag stageDesign(int32_t num, double frq, double q, double gain, double sampleRate) {
+  filterPrm_tag prm;
+  prm.num = num;
+  prm.frq = frq;
+  prm.frqLow = 0.0;
+  prm.frqHigh = 0.0;
+  prm.q = q;
+  prm.gain = gain;
+  prm.sampleRate = sampleRate;
+  return prm;
+}

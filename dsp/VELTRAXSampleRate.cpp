@@ -113,14 +113,8 @@ void VELTRAX::buildCascades(double sr) {
   for (int c = 0; c < 4; ++c) {
     const StageTable& table = kStageTables[c];
     for (int32_t i = 0; i < stageFilterCount[c]; ++i) {
-      filterPrm_tag prm;
-      prm.num = table.num[i];
-      prm.frq = table.frq[i];
-      prm.frqLow = 0.0;
-      prm.frqHigh = 0.0;
-      prm.q = table.q[i];
-      prm.gain = table.gain[i];
-      prm.sampleRate = c == kPost ? 4.0 * sr : sr;
+      filterPrm_tag prm = stageDesign(table.num[i], table.frq[i], table.q[i], table.gain[i],
+                                      c == kPost ? 4.0 * sr : sr);
       stageFilters[c][i] = new IIRFilter(&prm);
     }
   }

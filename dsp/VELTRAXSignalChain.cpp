@@ -11,6 +11,7 @@
 
 #include "dsp/FlushToZero.h"
 #include "dsp/OversamplingFilter.h"
+#include "dsp/StageTables.h"
 #include "effect/VELTRAX.h"
 
 namespace {
@@ -65,24 +66,12 @@ void VELTRAX::applyKnobChanges(int32_t n) {
   if (tone != appliedTone) {
     toneValue = evaluateTaper(*toneTapers[0], tone);
 
-    filterPrm_tag peaking;  // power cascade stage 2: peaking, q 0.8
-    peaking.num = 10;
-    peaking.frq = evaluateTaper(*toneTapers[1], tone);
-    peaking.frqLow = 0.0;
-    peaking.frqHigh = 0.0;
-    peaking.q = 0.8;
-    peaking.gain = evaluateTaper(*toneTapers[2], tone);
-    peaking.sampleRate = filterSampleRate;
+    // Power cascade stage 2: peaking at the tapered frequency and gain, q 0.8.
+    filterPrm_tag peaking = stageDesign(10, evaluateTaper(*toneTapers[1], tone), 0.8,
+                                        evaluateTaper(*toneTapers[2], tone), filterSampleRate);
     stageFilters[kPower][2]->ipFDexcute(&peaking, n);
-
-    filterPrm_tag shelf;  // power cascade stage 3: first-order high shelf at 12 kHz
-    shelf.num = 12;
-    shelf.frq = 12000.0;
-    shelf.frqLow = 0.0;
-    shelf.frqHigh = 0.0;
-    shelf.q = 1.0;
-    shelf.gain = evaluateTaper(*toneTapers[3], tone);
-    shelf.sampleRate = filterSampleRate;
+    // Power cascade stage 3: first-order high shelf at 12 kHz.
+    filterPrm_tag shelf = stageDesign(12, 12000.0, 1.0, evaluateTaper(*toneTapers[3], tone), filterSampleRate);
     stageFilters[kPower][3]->ipFDexcute(&shelf, n);
   }
 }

@@ -12,6 +12,7 @@
 
 #include "VtableCall.h"
 #include "frame/AEffect.h"
+#include "frame/HostExtensionSlots.h"
 
 namespace testhost {
 
@@ -42,22 +43,6 @@ class Module {
   void* handle_ = nullptr;
   EntryFunction getinterface_ = nullptr;
   EntryFunction qTypeIF_ = nullptr;
-};
-
-// Vtable positions of the host-extension operations the tests use.
-enum Slot : int {
-  kSlotGetNumOfInJacks = 153,
-  kSlotGetNumOfOutJacks = 154,
-  kSlotGetNumOfInSig = 155,
-  kSlotGetNumOfOutSig = 156,
-  kSlotGetStartNumInSig = 157,
-  kSlotGetStartNumOutSig = 158,
-  kSlotGetDryInSigNum = 159,
-  kSlotSetListner = 160,
-  kSlotGetParameterDisplayOf = 161,
-  kSlotGetHeaderVersion = 162,
-  kSlotSetTime = 163,
-  kSlotSetProgramLong = 164,
 };
 
 // One effect instance; closes it (effClose through the record) on destruction.
