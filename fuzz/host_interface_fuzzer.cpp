@@ -27,10 +27,11 @@
 #include <memory>
 #include <vector>
 
-#include "frame/AEffect.h"
 #include "effect/InternalControl.h"
+#include "frame/AEffect.h"
 #include "frame/QTypeIF.h"
 #include "support/OutputBound.h"
+#include "VtableCall.h"
 
 extern "C" void* getinterface(audioMasterCallback);
 extern "C" void* QTypeIF(audioMasterCallback);
@@ -54,12 +55,6 @@ constexpr int32_t kMaxBlock = 4096;
 
 void check(bool condition, const char* what) {
   if (!condition) fail(what);
-}
-
-template <typename R, typename... Args>
-R callSlot(void* object, int slot, Args... args) {
-  void** vtable = *static_cast<void***>(object);
-  return reinterpret_cast<R (*)(void*, Args...)>(vtable[slot])(object, args...);
 }
 
 // Reads the input front to back; an exhausted input reads as zeros.
@@ -359,7 +354,7 @@ class Session {
 
   void setProgramLong(Plugin& plugin) {
     const long program = in_.pick(kPrograms);
-    callSlot<void, long>(plugin.effect->object, kSlotSetProgramLong, program);
+    callVirtualSlot<void, long>(plugin.effect->object, kSlotSetProgramLong, program);
     if (program >= 0 && program < 16)
       check(plugin.dispatch(effGetProgram, 0, 0, nullptr, 0.0f) == program, "setProgram(long) did not switch");
   }
@@ -369,7 +364,7 @@ class Session {
     const float value = in_.pick(kFloats);
     auto text = zeroed(kParamTextBufferSize);
     std::memset(text.get(), kUnwritten, kParamTextBufferSize);
-    callSlot<void, int32_t, float, char*>(plugin.effect->object, kSlotGetParameterDisplayOf, index, value,
+    callVirtualSlot<void, int32_t, float, char*>(plugin.effect->object, kSlotGetParameterDisplayOf, index, value,
                                           text.get());
     checkTextWrite(text.get(), kParamTextBufferSize, "display of a value left its buffer unterminated");
     if (index < 0 || index > 3) check(text[0] == kUnwritten, "display of an unknown parameter wrote text");
@@ -381,18 +376,18 @@ class Session {
     const int slot = kSlotFirstExtension + in_.byte() % 11;
     const int32_t jack = in_.pick(kIndexes);
     if (slot <= kSlotFirstExtension + 1 || slot == kSlotFirstExtension + 6) {
-      check(callSlot<int32_t>(object, slot) == kAnswers[slot - kSlotFirstExtension], "jack count");
+      check(callVirtualSlot<int32_t>(object, slot) == kAnswers[slot - kSlotFirstExtension], "jack count");
     } else if (slot < kSlotSetListner) {
-      check(callSlot<int32_t, int32_t>(object, slot, jack) == kAnswers[slot - kSlotFirstExtension], "signal count");
+      check(callVirtualSlot<int32_t, int32_t>(object, slot, jack) == kAnswers[slot - kSlotFirstExtension], "signal count");
     } else if (slot == kSlotSetListner) {
       auto listener = zeroed(64);
-      callSlot<void, void*>(object, slot, (in_.byte() & 1) ? nullptr : listener.get());
+      callVirtualSlot<void, void*>(object, slot, (in_.byte() & 1) ? nullptr : listener.get());
     } else if (slot == kSlotGetParameterDisplayOf) {
       displayOf(plugin);
     } else if (slot == kSlotSetTime) {
-      callSlot<void, float>(object, slot, in_.pick(kFloats));
+      callVirtualSlot<void, float>(object, slot, in_.pick(kFloats));
     } else {
-      check(callSlot<int32_t>(object, slot) == 1, "header version");
+      check(callVirtualSlot<int32_t>(object, slot) == 1, "header version");
     }
   }
 

@@ -167,8 +167,8 @@ void audioThread(const Instance& fx, int64_t blocks, StartLine& start, Failures&
 }
 
 TEST(ThreadStress, AudioAndFourControlThreadsOnOneInstance) {
-  const int64_t iterations = runLength(200000, 20000);
-  const int64_t blocks = runLength(20000, 2000);
+  const int64_t iterations = runLength(1000000, 100000);
+  const int64_t blocks = runLength(100000, 10000);
   Module module;
   const ExpectedTexts expected(module);
   Instance fx(module);
