@@ -22,6 +22,8 @@ FAST_INLINE V4 splat4(double v) { return V4{v, v, v, v}; }
 typedef double V8 __attribute__((vector_size(64)));
 typedef long long M8 __attribute__((vector_size(64)));
 
+FAST_INLINE V8 splat8(double v) { return V8{v, v, v, v, v, v, v, v}; }
+
 struct Mask8 {
   M8 m;
   friend FAST_INLINE Mask8 operator&(Mask8 a, Mask8 b) { return {a.m & b.m}; }
