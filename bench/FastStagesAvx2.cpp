@@ -1,6 +1,5 @@
 // Kernel stages with AVX2 (see FastStagesKernel.h).
 #if defined(__x86_64__) || defined(__i386__)
-#pragma GCC target("avx2,no-fma")
 #define FAST_CHAIN_ENTRY benchKernelAvx2
 #define FAST_CHAIN_LANES 4
 #define FAST_STAGES_NAME fastStagesAvx2

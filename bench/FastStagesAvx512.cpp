@@ -1,6 +1,5 @@
 // Kernel stages with AVX-512 (see FastStagesKernel.h).
 #if defined(__x86_64__) || defined(__i386__)
-#pragma GCC target("avx512f,avx512vl,avx512dq,no-fma")
 #define FAST_CHAIN_ENTRY benchKernelAvx512
 #define FAST_CHAIN_LANES 8
 #define FAST_STAGES_NAME fastStagesAvx512

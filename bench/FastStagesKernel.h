@@ -1,5 +1,5 @@
 // The per-stage runs of FastStages.h, built from the kernel's own pieces.
-// Included once per instruction set, after the target is switched on, like
+// Included once per instruction set, compiled with that set switched on like
 // the kernel itself; FAST_STAGES_NAME names the exported getter.
 #include "bench/FastStages.h"
 #include "dsp/FastChainKernel.h"

@@ -1,8 +1,10 @@
 // The scheduled signal chain. Included once per instruction set by the
 // FastChain*.cpp files, each of which defines FAST_CHAIN_ENTRY (the name of
-// the kernel it exports) and FAST_CHAIN_LANES (8: 512-bit vectors, else 4),
-// and may switch on a wider target before including.
-// Everything here has internal linkage, so the copies never mix.
+// the kernel it exports) and FAST_CHAIN_LANES (8: 512-bit vectors, else 4)
+// and is compiled with that instruction set switched on. Everything here has
+// internal linkage, so the copies never mix; and nothing here includes a
+// header with inline functions, whose AVX copies the linker could hand to
+// code that runs on any processor.
 //
 // Every lane of every vector performs exactly the scalar operations of the
 // plain per-sample loop, in the same order, so the values are identical; the

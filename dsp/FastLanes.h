@@ -77,6 +77,17 @@ struct Mask8 {
 struct Lanes8 {
   V4 lo, hi;
 
+  // Copies move the two halves as vectors; left implicit, GCC copies the
+  // 64-byte aggregate in 16-byte integer pieces through general registers.
+  Lanes8() = default;
+  FAST_INLINE Lanes8(V4 l, V4 h) : lo(l), hi(h) {}
+  FAST_INLINE Lanes8(const Lanes8& o) : lo(o.lo), hi(o.hi) {}
+  FAST_INLINE Lanes8& operator=(const Lanes8& o) {
+    lo = o.lo;
+    hi = o.hi;
+    return *this;
+  }
+
   static FAST_INLINE Lanes8 of(double a0, double a1, double a2, double a3, double a4, double a5,
                                double a6, double a7) {
     return {V4{a0, a1, a2, a3}, V4{a4, a5, a6, a7}};
