@@ -5,7 +5,9 @@
 // sawtooth in blocks of the given length.
 //
 //   chain/<engine>/<knobs>/<rate>/<block>
-//   engine: fast (the default) or plain (the reference loop)
+//   engine: fast (the default), fast-<kernel> (one kernel forced, for every
+//           kernel this processor runs; 48000 Hz, blocks of 256 only) or
+//           plain (the reference loop)
 //   knobs:  steady, automation (all three knobs move every block, so the
 //           tone filters glide in every block) or toggle (On/Off flips every
 //           2048 samples, so a cross-fade is always running)
@@ -17,6 +19,7 @@
 #include <vector>
 
 #include "bench/BenchSignal.h"
+#include "dsp/FastChainState.h"
 #include "effect/InternalControl.h"
 #include "frame/AEffect.h"
 #include "frame/QTypeIF.h"
@@ -95,6 +98,13 @@ void runChain(benchmark::State& state, ChainCase c) {
   state.counters["x_realtime"] = benchmark::Counter(samples / c.rate, benchmark::Counter::kIsRate);
 }
 
+// The same with one kernel forced for the duration of the benchmark.
+void runChainOnKernel(benchmark::State& state, ChainCase c, veltrax::fast::Kernel kernel) {
+  veltrax::fast::overrideKernel(kernel);
+  runChain(state, c);
+  veltrax::fast::overrideKernel(nullptr);
+}
+
 const char* knobsName(Knobs k) {
   return k == Knobs::steady ? "steady" : k == Knobs::automation ? "automation" : "toggle";
 }
@@ -110,6 +120,13 @@ const char* knobsName(Knobs k) {
           benchmark::RegisterBenchmark(name.c_str(), runChain, ChainCase{engine, knobs, rate, block})
               ->Unit(benchmark::kMillisecond);
         }
+  veltrax::fast::KernelChoice kernels[4];
+  const int count = veltrax::fast::supportedKernels(kernels, 4);
+  for (int k = 0; k < count; ++k)
+    benchmark::RegisterBenchmark((std::string("chain/fast-") + kernels[k].name + "/steady/48000/256").c_str(),
+                                 runChainOnKernel, ChainCase{veltrax::Engine::fast, Knobs::steady, 48000.0, 256},
+                                 kernels[k].run)
+        ->Unit(benchmark::kMillisecond);
   return true;
 }();
 

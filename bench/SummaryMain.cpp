@@ -72,11 +72,14 @@ void printTable(const std::map<std::string, double>& ns) {
               {"fast, On/Off toggling", chain("fast", "toggle", 48000, 256)},
               {"plain, steady knobs", chain("plain", "steady", 48000, 256)},
               {"plain, automation every block", chain("plain", "automation", 48000, 256)}};
-  for (const auto& row : rows) {
-    const double v = get(row.name);
-    std::printf("  %-32s %8.2f ns/sample %7.0fx real-time  %5.2f x fast steady\n", row.label, v,
+  auto printRow = [&](const std::string& label, double v) {
+    std::printf("  %-32s %8.2f ns/sample %7.0fx real-time  %5.2f x fast steady\n", label.c_str(), v,
                 realtime(v, 48000), v / steady);
-  }
+  };
+  for (const auto& row : rows) printRow(row.label, get(row.name));
+  for (const auto& [name, v] : ns)
+    if (name.rfind("chain/fast-", 0) == 0)
+      printRow("fast, steady, " + name.substr(11, name.find('/', 11) - 11) + " kernel", v);
 
   std::printf("\nStages, ns per input sample at 48000 Hz\n");
   for (const auto& [name, v] : ns)
@@ -85,7 +88,7 @@ void printTable(const std::map<std::string, double>& ns) {
 }
 
 std::string summaryFilter() {
-  std::string f = "^(stage/.*";
+  std::string f = "^(stage/.*|chain/fast-.*";
   for (int rate : kRates)
     for (int block : kBlocks) f += "|" + chain("fast", "steady", rate, block);
   for (const char* name : {"fast/automation", "fast/toggle", "plain/steady", "plain/automation"})
