@@ -70,6 +70,12 @@ struct KernelChoice {
 // entries and returns how many there are.
 int supportedKernels(KernelChoice* choices, int capacity);
 
+// True if the kernels may leave out z2 of the two post sections in a block
+// from this state: both first order with a pole inside or on the unit circle,
+// moderate coefficients and state, so nothing can overflow in any block and z2
+// stays a zero. Otherwise the block runs the plain loop.
+bool postCascadeIsFirstOrder(const ChainState& state);
+
 // For tests and benchmarks: every instance's fast engine runs `kernel` from
 // its next block on (nullptr: the best one again). Call it with audio stopped.
 void overrideKernel(Kernel kernel);

@@ -70,23 +70,6 @@ void copyIn(const IIRFilter& f, fast::PostSection& s) {
   s.z2 = f.z2;
 }
 
-// The kernels leave out z2 of the two post sections. That is exact (up to the
-// sign of a zero) when both are first order (b2 = a2 = 0, so z2 = b2 x - a2 y
-// is a zero for finite x and y) and nothing can overflow in this block: the
-// pole inside or on the unit circle (|a1| <= 1) and moderate coefficients and
-// state make |z1| grow at most linearly from its clamped input (|x| <= 1), far
-// below the largest double for any block length.
-bool postCascadeIsFirstOrder(const fast::ChainState& st) {
-  constexpr double kModerate = 1e6;
-  for (const fast::PostSection& s : st.post) {
-    if (!(s.coef[1] == 0.0 && s.coef[4] == 0.0 && s.z2 == 0.0)) return false;
-    if (!(s.coef[0] >= -1.0 && s.coef[0] <= 1.0)) return false;
-    for (double c : {s.coef[2], s.coef[3], s.z1})
-      if (!(c >= -kModerate && c <= kModerate)) return false;
-  }
-  return true;
-}
-
 }  // namespace
 
 namespace veltrax::fast {
@@ -106,6 +89,21 @@ int supportedKernels(KernelChoice* choices, int capacity) {
 }
 
 void overrideKernel(Kernel kernel) { kernelOverride.store(kernel, std::memory_order_relaxed); }
+
+// z2 = b2 x - a2 y is a zero for finite x and y when b2 = a2 = 0. With
+// |a1| <= 1 and coefficients and z1 below 1e6, |z1| grows at most linearly
+// from the clamped input (|x| <= 1), far below the largest double for any
+// block length, so x and y stay finite.
+bool postCascadeIsFirstOrder(const ChainState& st) {
+  constexpr double kModerate = 1e6;
+  for (const PostSection& s : st.post) {
+    if (!(s.coef[1] == 0.0 && s.coef[4] == 0.0 && s.z2 == 0.0)) return false;
+    if (!(s.coef[0] >= -1.0 && s.coef[0] <= 1.0)) return false;
+    for (double c : {s.coef[2], s.coef[3], s.z1})
+      if (!(c >= -kModerate && c <= kModerate)) return false;
+  }
+  return true;
+}
 
 }  // namespace veltrax::fast
 
@@ -142,7 +140,7 @@ void VELTRAX::runSignalChainFast(const double* in, double* out, int32_t n, const
   copyIn(*power[3], st.glide[1]);
   copyIn(*post[0], st.post[0]);
   copyIn(*post[1], st.post[1]);
-  if (!postCascadeIsFirstOrder(st)) {
+  if (!fast::postCascadeIsFirstOrder(st)) {
     runSignalChain(in, out, n, ramps);
     return;
   }

@@ -28,6 +28,8 @@ constexpr size_t kSetProgramLongSlot = 164;
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kTwoPi = 6.283185307179586;
+constexpr size_t kCanaries = 32;
+constexpr double kCanary = -1234.5;  // a value the chain never produces
 
 bool sameValue(double a, double b) { return (std::isnan(a) && std::isnan(b)) || a == b; }
 
@@ -107,13 +109,21 @@ void expectSameOutputs(const Scenario& sc, bool alternate = false) {
     double* inRef = &in[pos];
     double* outRef = &expected[pos];
     reference.processDoubleReplacing(&inRef, &outRef, n);
+
+    // The candidate writes into a copy framed by canaries: a write outside
+    // the block would otherwise land on samples already compared.
+    std::vector<double> framed(static_cast<size_t>(n) + 2 * kCanaries, kCanary);
+    double* outCand = &framed[kCanaries];
     double* inCand = &in[pos];
-    double* outCand = &actual[pos];
     if (sc.inPlace) {
-      std::copy(in.begin() + pos, in.begin() + pos + n, actual.begin() + pos);
+      std::copy(in.begin() + pos, in.begin() + pos + n, outCand);
       inCand = outCand;
     }
     candidate.processDoubleReplacing(&inCand, &outCand, n);
+    for (size_t i = 0; i < kCanaries; ++i)
+      ASSERT_TRUE(framed[i] == kCanary && framed[kCanaries + n + i] == kCanary)
+          << sc.name << ": block " << index << " (" << n << " samples) wrote outside its buffer";
+    std::copy(outCand, outCand + n, actual.begin() + pos);
 
     for (int i = 0; i < n; ++i)
       ASSERT_TRUE(sameValue(expected[pos + i], actual[pos + i]))
@@ -268,6 +278,37 @@ TEST(GoldenGuardCoverage, FastKernelRunsForOrdinaryBlocks) {
     }
     EXPECT_EQ(kernelCalls, 3) << rate;  // 256, 16 and the rest; not 15 or 1
   }
+}
+
+// The post sections may run without z2 only when no block can overflow them.
+// Each row spoils one condition of the effect's own first-order designs; every
+// one of them must send the block to the plain loop.
+TEST(FastEngineConditions, PostCascadeWithoutZ2OnlyWhenNothingCanOverflow) {
+  fast::ChainState designed{};
+  designed.post[0] = {{0.7, 0.0, 0.15, 0.15, 0.0}, 0.3, 0.0};    // low-pass
+  designed.post[1] = {{-0.2, -0.0, 0.9, -0.1, 0.0}, -0.05, -0.0};  // shelf; -0 is a zero too
+  ASSERT_TRUE(fast::postCascadeIsFirstOrder(designed));
+
+  const struct {
+    const char* spoiled;
+    void (*spoil)(fast::PostSection&);
+  } rows[] = {
+      {"second-order feedback", [](fast::PostSection& s) { s.coef[1] = 1e-12; }},
+      {"second-order feed-forward", [](fast::PostSection& s) { s.coef[4] = -1e-12; }},
+      {"z2 not a zero", [](fast::PostSection& s) { s.z2 = 1e-300; }},
+      {"pole outside the unit circle", [](fast::PostSection& s) { s.coef[0] = -1.0000000000000002; }},
+      {"huge feed-forward", [](fast::PostSection& s) { s.coef[2] = 1e7; }},
+      {"huge state", [](fast::PostSection& s) { s.z1 = -1e7; }},
+      {"NaN coefficient", [](fast::PostSection& s) { s.coef[3] = kNaN; }},
+      {"NaN feedback", [](fast::PostSection& s) { s.coef[0] = kNaN; }},
+      {"infinite state", [](fast::PostSection& s) { s.z1 = kInf; }},
+  };
+  for (const auto& row : rows)
+    for (int section = 0; section < 2; ++section) {
+      fast::ChainState st = designed;
+      row.spoil(st.post[section]);
+      EXPECT_FALSE(fast::postCascadeIsFirstOrder(st)) << row.spoiled << ", section " << section;
+    }
 }
 
 }  // namespace
