@@ -291,10 +291,23 @@ struct FirstOrderSection {
     s.z1 = z1;
     s.z2 = 0.0;
   }
-  FAST_INLINE double run(double x) {
-    const double y = c2 * x + z1;
-    z1 = c3 * x + c0 * y;
+  FAST_INLINE double run(double x) { return runProducts(c2 * x, c3 * x); }
+
+  // The same with the input's two products given (b0 x, b1 x).
+  FAST_INLINE double runProducts(double b0x, double b1x) {
+    const double y = b0x + z1;
+    z1 = b1x + c0 * y;
     return y;
+  }
+};
+
+// A clamped input that sits at one of its bounds: the input and its products
+// with the first post section's b0 and b1, formed once per block.
+struct BoundInput {
+  double b0x, b1x;
+  void load(const FirstOrderSection& s, double x) {
+    b0x = s.c2 * x;
+    b1x = s.c3 * x;
   }
 };
 
@@ -302,6 +315,7 @@ struct Clipper4x {
   OversamplingCoefs os;
   OversamplingRow up, down;
   FirstOrderSection post0, post1;
+  BoundInput upper, lower;  // 0.00125 * 800 and -0.001 * 800 into post0
   const double* table;  // E[0 .. 2*scale + 1]
   double scale;
 
@@ -315,11 +329,18 @@ struct Clipper4x {
 
   // Clamp to -0.001 .. 0.00125 (NaN: -0.001), x800, post cascade, clamp to
   // -1 .. 1 (NaN: -1), tanh(16 h) from the table by linear interpolation.
-  // The clamps stay branches: a saturated sample then does not wait for y.
+  // The clamps stay branches: a saturated sample then does not wait for y,
+  // and its products with the first post section's coefficients are the
+  // ones formed once per block (the same operations on the same operands).
   FAST_INLINE double shape(double y) {
-    double h = y > 0.00125 ? 0.00125 : (y > -0.001 ? y : -0.001);
-    h = h * 800.0;
-    h = post1.run(post0.run(h));
+    double h;
+    if (y > 0.00125)
+      h = post0.runProducts(upper.b0x, upper.b1x);
+    else if (y > -0.001)
+      h = post0.run(y * 800.0);
+    else
+      h = post0.runProducts(lower.b0x, lower.b1x);
+    h = post1.run(h);
     h = h > 1.0 ? 1.0 : (h > -1.0 ? h : -1.0);
     const double pos = scale + h * scale;
     const long j = static_cast<long>(pos);
@@ -360,6 +381,8 @@ struct Engine {
     clipper.down.load(st.osDown);
     clipper.post0.load(st.post[0]);
     clipper.post1.load(st.post[1]);
+    clipper.upper.load(clipper.post0, 0.00125 * 800.0);
+    clipper.lower.load(clipper.post0, -0.001 * 800.0);
     clipper.table = block.clipEntries;
     clipper.scale = block.clipScale;
   }
