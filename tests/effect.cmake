@@ -7,12 +7,12 @@ target_link_libraries(veltrax_module_host PUBLIC ${CMAKE_DL_LIBS})
 add_dependencies(veltrax_module_host veltrax_module)
 
 foreach(area plugin_entry parameters_programs signal_chain)
-  veltrax_test(${area}_test SOURCES ${area}_test.cpp LIBS veltrax_module_host LABELS effect e2e)
+  veltrax_test(${area}_test SOURCES ${area}_test.cpp LIBS veltrax_module_host LABELS effect)
 endforeach()
 
 add_test(NAME module_exports_only_entry_functions
          COMMAND ${CMAKE_COMMAND} -DMODULE=$<TARGET_FILE:veltrax_module>
                  -P ${CMAKE_CURRENT_SOURCE_DIR}/support/check_exports.cmake)
-set_tests_properties(module_exports_only_entry_functions PROPERTIES LABELS "effect;e2e")
+set_tests_properties(module_exports_only_entry_functions PROPERTIES LABELS effect)
 
 veltrax_test(shared_clipping_table_test SOURCES shared_clipping_table_test.cpp LIBS veltrax_effect LABELS effect)

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "support/ModuleHost.h"
+#include "support/RunLength.h"
 
 using namespace testhost;
 
@@ -179,7 +180,10 @@ TEST_F(SignalChain, HostileSamplesNeverBreakTheInstance) {
     if (onOff == 0.0f) {
       EXPECT_EQ(out[1], inf);
       EXPECT_EQ(out[4], -1e300);
-      EXPECT_EQ(out[5], 0.0);  // denormal input flushed on the dry path
+      // A denormal input is flushed on the dry path (valgrind does not emulate flush-to-zero).
+      if (!runningUnderValgrind()) {
+        EXPECT_EQ(out[5], 0.0);
+      }
       EXPECT_TRUE(std::isnan(out[0]));
     }
     fx->process(noise(1.0, 1000, 8), {100});
