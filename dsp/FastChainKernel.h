@@ -206,7 +206,7 @@ struct OversamplingCoefs {
 
   // [s1, s2, s3, s4, s5, ...]: the entry each of s0..s4 adds.
   static FAST_INLINE V8 next(const OversamplingRow& r) {
-    return __builtin_shuffle(r.s, splat8(r.s5), M8{1, 2, 3, 4, 8, 8, 8, 8});
+    return __builtin_shufflevector(r.s, splat8(r.s5), 1, 2, 3, 4, 8, 8, 8, 8);
   }
 
   FAST_INLINE double step(OversamplingRow& r, double v) const {
@@ -255,7 +255,7 @@ struct OversamplingCoefs {
 
   // [s2, s3, s4, s5]: the entries each of s1..s4 adds.
   static FAST_INLINE V4 next(const OversamplingRow& r) {
-    return __builtin_shuffle(r.s14, splat4(r.s5), M4{1, 2, 3, 4});
+    return __builtin_shufflevector(r.s14, splat4(r.s5), 1, 2, 3, 4);
   }
 
   FAST_INLINE double step(OversamplingRow& r, double v) const {

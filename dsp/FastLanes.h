@@ -58,13 +58,13 @@ FAST_INLINE Lanes8 select(Mask8 m, Lanes8 a, Lanes8 b) { return {m.m ? a.v : b.v
 
 // [first, y0, y1, y2, y3, y4, y5, y6]
 FAST_INLINE Lanes8 shiftIn(Lanes8 y, double first) {
-  return {__builtin_shuffle(y.v, Lanes8::splat(first).v, M8{8, 0, 1, 2, 3, 4, 5, 6})};
+  return {__builtin_shufflevector(y.v, Lanes8::splat(first).v, 8, 0, 1, 2, 3, 4, 5, 6)};
 }
 
 // [first, y0, y1, y2, fifth, y4, y5, y6]
 FAST_INLINE Lanes8 shiftIn(Lanes8 y, double first, double fifth) {
   const V8 fresh = V8{first, first, first, first, fifth, fifth, fifth, fifth};
-  return {__builtin_shuffle(y.v, fresh, M8{8, 0, 1, 2, 12, 4, 5, 6})};
+  return {__builtin_shufflevector(y.v, fresh, 8, 0, 1, 2, 12, 4, 5, 6)};
 }
 
 #else
@@ -125,14 +125,14 @@ FAST_INLINE Lanes8 select(Mask8 m, Lanes8 a, Lanes8 b) {
 
 // [first, y0, y1, y2, y3, y4, y5, y6]
 FAST_INLINE Lanes8 shiftIn(Lanes8 y, double first) {
-  return {__builtin_shuffle(y.lo, splat4(first), M4{4, 0, 1, 2}),
-          __builtin_shuffle(y.hi, y.lo, M4{7, 0, 1, 2})};
+  return {__builtin_shufflevector(y.lo, splat4(first), 4, 0, 1, 2),
+          __builtin_shufflevector(y.hi, y.lo, 7, 0, 1, 2)};
 }
 
 // [first, y0, y1, y2, fifth, y4, y5, y6]
 FAST_INLINE Lanes8 shiftIn(Lanes8 y, double first, double fifth) {
-  return {__builtin_shuffle(y.lo, splat4(first), M4{4, 0, 1, 2}),
-          __builtin_shuffle(y.hi, splat4(fifth), M4{4, 0, 1, 2})};
+  return {__builtin_shufflevector(y.lo, splat4(first), 4, 0, 1, 2),
+          __builtin_shufflevector(y.hi, splat4(fifth), 4, 0, 1, 2)};
 }
 
 #endif
