@@ -4,7 +4,9 @@
 #include <chrono>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
 #include <set>
+#include <sstream>
 
 #include <lv2/atom/atom.h>
 #include <lv2/buf-size/buf-size.h>
@@ -20,6 +22,19 @@ using Node = std::unique_ptr<LilvNode, NodeDeleter>;
 
 Node uriNode(LilvWorld* world, const char* uri) { return Node(lilv_new_uri(world, uri)); }
 
+// lilv maps every bundle directory to a file URI and rejects relative
+// ones, so each entry of a colon-separated search path is made absolute.
+std::string absoluteSearchPath(const std::string& lv2Path) {
+  std::string result;
+  std::stringstream entries(lv2Path);
+  for (std::string entry; std::getline(entries, entry, ':');) {
+    if (entry.empty()) continue;
+    if (!result.empty()) result += ':';
+    result += std::filesystem::absolute(entry).lexically_normal().string();
+  }
+  return result;
+}
+
 constexpr size_t kAtomBufferBytes = 8192;
 constexpr uint32_t kDefaultHostBufferFrames = 8192;
 
@@ -31,7 +46,7 @@ void fail(std::string* error, std::string message) {
 
 Lv2World::Lv2World(const std::string& lv2Path) : world_(lilv_world_new()) {
   if (!lv2Path.empty()) {
-    LilvNode* path = lilv_new_string(world_, lv2Path.c_str());
+    LilvNode* path = lilv_new_string(world_, absoluteSearchPath(lv2Path).c_str());
     lilv_world_set_option(world_, LILV_OPTION_LV2_PATH, path);
     lilv_node_free(path);
   }
