@@ -3,7 +3,7 @@
 #include "host/DemoRiff.h"
 #include "host/Measurements.h"
 #include "host/PlotScript.h"
-#include "host/Spectrum.h"
+#include "host/FourierAnalysis.h"
 
 namespace veltrax::host {
 

@@ -11,7 +11,7 @@
 #include "host/HostError.h"
 #include "host/Levels.h"
 #include "host/ParallelFor.h"
-#include "host/Spectrum.h"
+#include "host/FourierAnalysis.h"
 
 namespace veltrax::host {
 namespace {

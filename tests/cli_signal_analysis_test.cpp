@@ -8,7 +8,7 @@
 #include "host/DemoRiff.h"
 #include "host/Levels.h"
 #include "host/PluckedString.h"
-#include "host/Spectrum.h"
+#include "host/FourierAnalysis.h"
 
 using namespace veltrax::host;
 

@@ -1,4 +1,4 @@
-#include "host/Spectrum.h"
+#include "host/FourierAnalysis.h"
 
 #include <cmath>
 #include <stdexcept>
