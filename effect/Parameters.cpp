@@ -20,10 +20,6 @@ constexpr size_t kTrailingFlagOffset = 152;
 constexpr size_t kPropertiesBytesCleared = 154;
 constexpr float kKnobStep = 0.01f;  // float step of volume, tone, sustain
 
-// Bits of VstParameterProperties::flags.
-constexpr int32_t kParameterIsSwitch = 1;
-constexpr int32_t kParameterUsesFloatStep = 4;
-
 }  // namespace
 
 void VELTRAX::setParameter(int32_t index, float value) {

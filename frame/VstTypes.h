@@ -60,6 +60,17 @@ inline VstSpeakerProperties* speakerAt(VstSpeakerArrangement* arrangement, std::
                                                  speakerArrangementBytes(i));
 }
 
+// Bits of VstParameterProperties::flags.
+enum VstParameterFlags : int32_t {
+  kParameterIsSwitch = 1,
+  kParameterUsesIntegerMinMax = 2,
+  kParameterUsesFloatStep = 4,
+  kParameterUsesIntStep = 8,
+  kParameterSupportsDisplayIndex = 16,
+  kParameterSupportsDisplayCategory = 32,
+  kParameterCanRamp = 64,
+};
+
 // Parameter description a host asks for: 152 bytes. Hosts hand over at least
 // 154 bytes (kParameterPropertiesBufferSize); the two bytes behind the record
 // belong to the effect, never to a sizeof of this struct.

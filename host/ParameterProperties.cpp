@@ -6,37 +6,31 @@
 namespace veltrax::host {
 namespace {
 
-template <typename T>
-T read(const std::array<uint8_t, 256>& record, size_t offset) {
-  T value;
-  std::memcpy(&value, record.data() + offset, sizeof value);
-  return value;
-}
-
-std::string readText(const std::array<uint8_t, 256>& record, size_t offset, size_t size) {
-  const char* text = reinterpret_cast<const char*>(record.data() + offset);
-  return std::string(text, strnlen(text, size));
-}
+std::string textOf(const char* field, size_t size) { return std::string(field, strnlen(field, size)); }
 
 }  // namespace
 
+// The record is copied into the published layout; the trailing flag lies
+// right behind it, at byte 152.
 ParameterProperties decodeParameterProperties(const std::array<uint8_t, 256>& record) {
+  VstParameterProperties r;
+  std::memcpy(&r, record.data(), sizeof r);
   ParameterProperties p;
-  p.stepFloat = read<float>(record, 0);
-  p.smallStepFloat = read<float>(record, 4);
-  p.largeStepFloat = read<float>(record, 8);
-  p.label = readText(record, 12, 64);
-  p.flags = read<int32_t>(record, 76);
-  p.minInteger = read<int32_t>(record, 80);
-  p.maxInteger = read<int32_t>(record, 84);
-  p.stepInteger = read<int32_t>(record, 88);
-  p.largeStepInteger = read<int32_t>(record, 92);
-  p.shortLabel = readText(record, 96, 8);
-  p.displayIndex = read<int16_t>(record, 104);
-  p.category = read<int16_t>(record, 106);
-  p.numParametersInCategory = read<int16_t>(record, 108);
-  p.categoryLabel = readText(record, 112, 24);
-  p.trailingFlag = record[152];
+  p.stepFloat = r.stepFloat;
+  p.smallStepFloat = r.smallStepFloat;
+  p.largeStepFloat = r.largeStepFloat;
+  p.label = textOf(r.label, sizeof r.label);
+  p.flags = r.flags;
+  p.minInteger = r.minInteger;
+  p.maxInteger = r.maxInteger;
+  p.stepInteger = r.stepInteger;
+  p.largeStepInteger = r.largeStepInteger;
+  p.shortLabel = textOf(r.shortLabel, sizeof r.shortLabel);
+  p.displayIndex = r.displayIndex;
+  p.category = r.category;
+  p.numParametersInCategory = r.numParametersInCategory;
+  p.categoryLabel = textOf(r.categoryLabel, sizeof r.categoryLabel);
+  p.trailingFlag = record[sizeof r];
   return p;
 }
 

@@ -1,26 +1,16 @@
-// The parameter-properties record as a host reads it: 152 bytes of the
-// published layout plus the two trailing bytes this module family writes
-// (154 in all). Decoded field by field from a byte buffer, so that no struct
-// padding decides how much the module may write.
+// The parameter-properties record as a host reads it: the published 152-byte
+// layout plus the two trailing bytes this module writes (154 in all). The
+// module writes into a larger byte buffer and the host decodes it from there,
+// so that no struct padding decides how much the module may write.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <string>
 
+#include "frame/VstTypes.h"
+
 namespace veltrax::host {
-
-constexpr int kPropertiesRecordSize = 154;
-
-enum ParameterPropertyFlags : int32_t {
-  kParameterIsSwitch = 1,
-  kParameterUsesIntegerMinMax = 2,
-  kParameterUsesFloatStep = 4,
-  kParameterUsesIntStep = 8,
-  kParameterSupportsDisplayIndex = 16,
-  kParameterSupportsDisplayCategory = 32,
-  kParameterCanRamp = 64,
-};
 
 struct ParameterProperties {
   float stepFloat = 0, smallStepFloat = 0, largeStepFloat = 0;
