@@ -54,7 +54,7 @@ TEST_F(PluginEntry, AnyNonZeroVersionCreatesAnInstanceWhoseRecordPointsBack) {
     ASSERT_NE(record->object, nullptr);
     // The object's own getAeffect (vtable slot 31) answers this very record.
     EXPECT_EQ(callVirtualSlot<AEffect*>(record->object, 31), record);
-    destroyInterface(object);
+    destroyInterfaceObject(object);
     EXPECT_EQ(record->dispatcher(record, effClose, 0, 0, nullptr, 0.0f), 1);
   }
 }
@@ -68,8 +68,8 @@ TEST_F(PluginEntry, BothEntryFunctionsGiveIndependentInstances) {
   EXPECT_NE(a, b);
   EXPECT_NE(a->object, b->object);
   // Destroying the interface objects leaves both instances usable.
-  destroyInterface(first);
-  destroyInterface(second);
+  destroyInterfaceObject(first);
+  destroyInterfaceObject(second);
   a->setParameter(a, 2, 0.25f);
   EXPECT_EQ(a->getParameter(a, 2), 0.25f);
   EXPECT_EQ(b->getParameter(b, 2), 0.5f);

@@ -10,14 +10,6 @@ intptr_t answeringHost(AEffect*, int32_t opcode, int32_t, intptr_t, void*, float
   return opcode == audioMasterVersion ? 2400 : 0;
 }
 
-AEffect* interfaceEffect(void* interfaceObject) {
-  AEffect* effect;
-  std::memcpy(&effect, static_cast<char*>(interfaceObject) + sizeof(void*), sizeof effect);
-  return effect;
-}
-
-void destroyInterface(void* interfaceObject) { callVirtualSlot<void>(interfaceObject, 1); }
-
 Module::Module(const char* path) {
   handle_ = dlopen(path, RTLD_NOW | RTLD_LOCAL);
   if (!handle_) throw std::runtime_error(std::string("dlopen failed: ") + dlerror());
@@ -32,7 +24,7 @@ Instance::Instance(const Module& module, audioMasterCallback host) {
   void* object = module.getinterface()(host);
   if (!object) throw std::runtime_error("getinterface returned null");
   effect_ = interfaceEffect(object);
-  destroyInterface(object);  // the instance lives on until close
+  destroyInterfaceObject(object);  // the instance lives on until close
 }
 
 Instance::~Instance() { dispatch(effClose); }

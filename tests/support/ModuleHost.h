@@ -13,17 +13,14 @@
 #include "VtableCall.h"
 #include "frame/AEffect.h"
 #include "frame/HostExtensionSlots.h"
+#include "host/InterfaceObject.h"
 
 namespace testhost {
 
-using EntryFunction = void* (*)(audioMasterCallback);
+using EntryFunction = veltrax::host::InterfaceEntry;
 
-// The interface object an entry function returns is opaque to a host: its
-// vtable pointer, then the AEffect pointer. A host reads the record pointer
-// behind the vtable pointer and destroys the object through its deleting
-// destructor (vtable slot 1); it has no type of its own for it.
-AEffect* interfaceEffect(void* interfaceObject);
-void destroyInterface(void* interfaceObject);
+using veltrax::host::destroyInterfaceObject;
+using veltrax::host::interfaceEffect;
 
 // Answers the version query with 2400 and everything else with 0.
 intptr_t answeringHost(AEffect*, int32_t opcode, int32_t, intptr_t, void*, float);
