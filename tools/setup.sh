@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the build, the tests and the tools need.
-# As root it runs apt-get; otherwise it prints the exact command and stops.
+# Installs the Debian packages the build, the tests and the tools need, plus
+# any further packages named on the command line (bench/peers.sh adds the
+# peer plug-ins). As root it runs apt-get; otherwise it prints the exact
+# command and stops.
 set -euo pipefail
 
 packages=(
@@ -8,6 +10,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libsndfile1-dev libcli11-dev python3 python3-matplotlib
   lv2-dev sordi liblilv-dev lilv-utils valgrind
+  "$@"
 )
 
 missing=()
