@@ -16,3 +16,4 @@ add_test(NAME module_exports_only_entry_functions
 set_tests_properties(module_exports_only_entry_functions PROPERTIES LABELS effect)
 
 veltrax_test(shared_clipping_table_test SOURCES shared_clipping_table_test.cpp LIBS veltrax_effect LABELS effect)
+veltrax_test(out_of_memory_test SOURCES out_of_memory_test.cpp LIBS veltrax_effect LABELS effect)
