@@ -50,6 +50,7 @@ using veltrax::fast::ChainState;
 using veltrax::fast::GlideState;
 using veltrax::fast::PostSection;
 using veltrax::fast::SectionBank;
+using veltrax::fast::SwitchPath;
 
 constexpr int kInterpolateLag = 4;
 constexpr int kShapeLag = 5;
@@ -360,8 +361,31 @@ struct Clipper4x {
 
 // ---------------------------------------------------------------------------
 
+// The switch's choice over the whole block, from the prepared gains and flags.
+SwitchPath switchPathOf(const Block& b) {
+  V4 unitGains = splat4(0.0), wetFlags = splat4(0.0);
+  const V4 one = splat4(1.0);
+  int j = 0;
+  for (; j + 4 <= b.n; j += 4) {
+    V4 g, f;
+    __builtin_memcpy(&g, b.gains + j, sizeof g);
+    f = V4{b.pathFlags[j], b.pathFlags[j + 1], b.pathFlags[j + 2], b.pathFlags[j + 3]};
+    unitGains += g == one ? one : splat4(0.0);
+    wetFlags += f == one ? one : splat4(0.0);
+  }
+  double units = unitGains[0] + unitGains[1] + unitGains[2] + unitGains[3];
+  double wets = wetFlags[0] + wetFlags[1] + wetFlags[2] + wetFlags[3];
+  for (; j < b.n; ++j) {
+    units += b.gains[j] == 1.0 ? 1.0 : 0.0;
+    wets += b.pathFlags[j] == 1.0f ? 1.0 : 0.0;
+  }
+  if (wets == 0.0) return SwitchPath::dry;
+  if (wets == b.n && units == b.n) return SwitchPath::wet;
+  return SwitchPath::mixed;
+}
+
 struct Engine {
-  const Block& b;
+  const Block b;  // a copy: stores to out[] cannot then alias the ramps, which stay in registers
   const double n;
   Pipeline8 a;  // pre cascade | power cascade
   Pipeline8 r;  // revise cascade
@@ -400,19 +424,22 @@ struct Engine {
 
   FAST_INLINE bool inBlock(int j) const { return j >= 0 && j < b.n; }
 
-  template <bool Edge, bool Gliding>
+  template <bool Edge, bool Gliding, SwitchPath Path>
   FAST_INLINE void step(int s) {
     // What the previous step left for this one.
     const double preOut = a.y[3], powerOut = a.y[7], reviseOut = r.y[7], tonedIn = toned;
 
     // Output: volume and output level on the effect path, or the dry input.
     const int o = s - kOutputLag;
-    if (!Edge || inBlock(o)) {
+    if (Path != SwitchPath::dry && (!Edge || inBlock(o))) {
       const double k = static_cast<double>(o);
-      const double gain = b.gains[o];
-      const double wet = (((k * b.dVolume + b.volumeStart) * reviseOut) * b.outputLevel) * gain;
-      const double dry = gain * b.in[o];
-      b.out[o] = b.pathFlags[o] == 1.0f ? wet : dry;
+      const double wet = ((k * b.dVolume + b.volumeStart) * reviseOut) * b.outputLevel;
+      if (Path == SwitchPath::wet) {
+        b.out[o] = wet;
+      } else {
+        const double gain = b.gains[o];
+        b.out[o] = b.pathFlags[o] == 1.0f ? wet * gain : gain * b.in[o];
+      }
     }
 
     // The cascades.
@@ -436,13 +463,29 @@ struct Engine {
                           interpolated);
   }
 
-  template <bool Gliding>
-  void runSteps() {
+  template <bool Gliding, SwitchPath Path>
+  FAST_INLINE void runSteps() {
     const int steps = b.n + kOutputLag;
     int s = 0;
-    for (; s < kOutputLag; ++s) step<true, Gliding>(s);
-    for (; s < b.n; ++s) step<false, Gliding>(s);
-    for (; s < steps; ++s) step<true, Gliding>(s);
+    for (; s < kOutputLag; ++s) step<true, Gliding, Path>(s);
+    for (; s < b.n; ++s) step<false, Gliding, Path>(s);
+    for (; s < steps; ++s) step<true, Gliding, Path>(s);
+  }
+
+  template <bool Gliding>
+  void runSteps() {
+    switch (switchPathOf(b)) {
+      case SwitchPath::wet:
+        runSteps<Gliding, SwitchPath::wet>();
+        break;
+      case SwitchPath::dry:
+        runSteps<Gliding, SwitchPath::dry>();
+        for (int j = 0; j < b.n; ++j) b.out[j] = b.gains[j] * b.in[j];
+        break;
+      default:
+        runSteps<Gliding, SwitchPath::mixed>();
+        break;
+    }
   }
 };
 

@@ -38,6 +38,17 @@ struct ChainState {
   double osDown[6];         // decimation filter state row
 };
 
+// What the On/Off switch does over a whole block. With the switch steady every
+// gain is exactly 1.0: the effect path's product ((volume * t) * level) * 1.0
+// is that product unchanged (it is never a denormal under flush-to-zero, nor a
+// signalling NaN), so the kernel leaves the factor out; the dry path keeps its
+// product, which flushes denormal inputs and quiets signalling NaNs.
+enum class SwitchPath : int32_t {
+  mixed,  // per sample: gains[j] and pathFlags[j]
+  wet,    // every flag 1.0, every gain 1.0: out = effect path
+  dry,    // every flag another value: out = gains[j] * in[j], written after the chain has run
+};
+
 struct Block {
   const double* in;
   double* out;  // may alias `in`

@@ -67,7 +67,9 @@ void prepareSwitch(SwitchRecord& record, float onOff, int n, double* blockBuffer
   const float oldPath = onOff == 1.0f ? 0.0f : 1.0f;
   const int fadeLength = record.fadeLength;
   float* flags = record.pathFlags;
-  for (int i = 0; i < n; ++i) {
+  // Per sample while a fade runs (phases 1 and 2); any other phase is steady.
+  int i = 0;
+  for (; i < n && (record.fadePhase == 1 || record.fadePhase == 2); ++i) {
     switch (record.fadePhase) {
       case 1:
         blockBuffer[i] = record.fadeOut[record.fadePos];
@@ -77,7 +79,7 @@ void prepareSwitch(SwitchRecord& record, float onOff, int n, double* blockBuffer
           record.fadePos = 0;
         }
         break;
-      case 2:
+      default:
         blockBuffer[i] = record.fadeIn[record.fadePos];
         flags[i] = onOff;
         if (++record.fadePos >= fadeLength) {
@@ -85,12 +87,12 @@ void prepareSwitch(SwitchRecord& record, float onOff, int n, double* blockBuffer
           record.fadePos = 0;
         }
         break;
-      default:
-        blockBuffer[i] = record.steadyGain;
-        flags[i] = onOff;
-        break;
     }
   }
+  // Steady for the rest of the block: constant fills (vectorised).
+  const double steadyGain = record.steadyGain;
+  for (int j = i; j < n; ++j) blockBuffer[j] = steadyGain;
+  for (int j = i; j < n; ++j) flags[j] = onOff;
   record.switchState = onOff;
   record.pathFlagsLength = n;
 }

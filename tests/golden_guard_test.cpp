@@ -173,6 +173,19 @@ void programSwitches(VELTRAX& fx, int index, std::mt19937& rng) {
   callVirtualSlot<void, long>(&fx, kSetProgramLongSlot, order[index % 9]);
 }
 
+// Switched off from the first block on: every block is steady on the dry path.
+void switchedOff(VELTRAX& fx, int index, std::mt19937& rng) {
+  if (index == 0) fx.setParameter(VELTRAX::kOnOff, 0.0f);
+  toneNowAndThen(fx, index, rng);
+}
+
+// Long steady stretches on either path between fades, so blocks start and end
+// steady, inside a fade, or with a fade ending or starting in them.
+void rareToggles(VELTRAX& fx, int index, std::mt19937& rng) {
+  if (index % 9 == 4) fx.setParameter(VELTRAX::kOnOff, (index / 9) % 2 ? 1.0f : 0.0f);
+  toneNowAndThen(fx, index, rng);
+}
+
 // A new sample rate now and then (the setup clears every state and the
 // first block after it fades in).
 void rateChanges(VELTRAX& fx, int index, std::mt19937& rng) {
@@ -220,6 +233,10 @@ std::vector<Scenario> scenarios() {
       {"one_nan_mid_block", 48000.0f, {256}, 3000, toneNowAndThen, overwrite(1500, {kNaN})},
       {"infinities", 44100.0f, {64, 300}, 3000, toggles, overwrite(700, {kInf, -kInf})},
       {"huge_burst", 48000.0f, {256}, 3000, nullptr, overwrite(1000, {1e300, 1e300, -1e300})},
+      {"switched_off_extremes_in_place", 48000.0f, {256, 40}, 30000, switchedOff, finiteExtremes, true},
+      {"switched_off_nan", 44100.0f, {256}, 3000, switchedOff, overwrite(1200, {kNaN, -kInf})},
+      {"steady_stretches_between_fades", 48000.0f, {256, 700, 33}, 40000, rareToggles, finiteExtremes},
+      {"steady_stretches_in_place", 44100.0f, {512, 64}, 40000, rareToggles, nullptr, true},
   };
 }
 
