@@ -6,7 +6,8 @@
 //
 //   chain/<engine>/<knobs>/<rate>/<block>
 //   engine: fast (the default), fast-<kernel> (one kernel forced, for every
-//           kernel this processor runs; 48000 Hz, blocks of 256 only) or
+//           kernel this processor runs; 48000 Hz; blocks of 64, 256 and 4096
+//           with steady knobs, of 256 with the others) or
 //           plain (the reference loop)
 //   knobs:  steady, automation (all three knobs move every block, so the
 //           tone filters glide in every block) or toggle (On/Off flips every
@@ -123,10 +124,15 @@ const char* knobsName(Knobs k) {
   veltrax::fast::KernelChoice kernels[4];
   const int count = veltrax::fast::supportedKernels(kernels, 4);
   for (int k = 0; k < count; ++k)
-    benchmark::RegisterBenchmark((std::string("chain/fast-") + kernels[k].name + "/steady/48000/256").c_str(),
-                                 runChainOnKernel, ChainCase{veltrax::Engine::fast, Knobs::steady, 48000.0, 256},
-                                 kernels[k].run)
-        ->Unit(benchmark::kMillisecond);
+    for (Knobs knobs : {Knobs::steady, Knobs::automation, Knobs::toggle})
+      for (int block : {64, 256, 4096}) {
+        if (knobs != Knobs::steady && block != 256) continue;
+        const std::string name = std::string("chain/fast-") + kernels[k].name + "/" + knobsName(knobs) +
+                                 "/48000/" + std::to_string(block);
+        benchmark::RegisterBenchmark(name.c_str(), runChainOnKernel,
+                                     ChainCase{veltrax::Engine::fast, knobs, 48000.0, block}, kernels[k].run)
+            ->Unit(benchmark::kMillisecond);
+      }
   return true;
 }();
 

@@ -77,9 +77,15 @@ void printTable(const std::map<std::string, double>& ns) {
                 realtime(v, 48000), v / steady);
   };
   for (const auto& row : rows) printRow(row.label, get(row.name));
+  // chain/fast-<kernel>/<knobs>/48000/<block>
   for (const auto& [name, v] : ns)
-    if (name.rfind("chain/fast-", 0) == 0)
-      printRow("fast, steady, " + name.substr(11, name.find('/', 11) - 11) + " kernel", v);
+    if (name.rfind("chain/fast-", 0) == 0) {
+      const size_t kernelEnd = name.find('/', 11), knobsEnd = name.find('/', kernelEnd + 1);
+      const std::string kernel = name.substr(11, kernelEnd - 11);
+      const std::string knobs = name.substr(kernelEnd + 1, knobsEnd - kernelEnd - 1);
+      const std::string block = name.substr(name.rfind('/') + 1);
+      printRow(kernel + " kernel, " + knobs + ", blocks of " + block, v);
+    }
 
   std::printf("\nStages, ns per input sample at 48000 Hz\n");
   for (const auto& [name, v] : ns)

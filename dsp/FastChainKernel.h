@@ -330,7 +330,7 @@ struct Clipper4x {
 
   // Clamp to -0.001 .. 0.00125 (NaN: -0.001), x800, post cascade, clamp to
   // -1 .. 1 (NaN: -1), tanh(16 h) from the table by linear interpolation.
-  // The clamps stay branches: a saturated sample then does not wait for y,
+  // The first clamp stays a branch: a saturated sample then does not wait for y,
   // and its products with the first post section's coefficients are the
   // ones formed once per block (the same operations on the same operands).
   FAST_INLINE double shape(double y) {
@@ -342,7 +342,11 @@ struct Clipper4x {
     else
       h = post0.runProducts(lower.b0x, lower.b1x);
     h = post1.run(h);
-    h = h > 1.0 ? 1.0 : (h > -1.0 ? h : -1.0);
+    // h > 1 ? 1 : (h > -1 ? h : -1), written as the max and min it equals
+    // (max(h, -1) takes -1 for NaN; min(t, 1) then takes 1 exactly when h > 1):
+    // fewer instructions than the nested choice.
+    const double atLeastMinusOne = h > -1.0 ? h : -1.0;
+    h = atLeastMinusOne < 1.0 ? atLeastMinusOne : 1.0;
     const double pos = scale + h * scale;
     const long j = static_cast<long>(pos);
     return (table[j + 1] - table[j]) * (pos - __builtin_trunc(pos)) + table[j];
@@ -361,26 +365,38 @@ struct Clipper4x {
 
 // ---------------------------------------------------------------------------
 
-// The switch's choice over the whole block, from the prepared gains and flags.
+// The switch's choice over the whole block, from the prepared gains and flags
+// (eight samples per round, masks combined lane by lane).
 SwitchPath switchPathOf(const Block& b) {
-  V4 unitGains = splat4(0.0), wetFlags = splat4(0.0);
-  const V4 one = splat4(1.0);
+  typedef float F8 __attribute__((vector_size(32)));
+  typedef int I8 __attribute__((vector_size(32)));
+  const F8 one = F8{1.0f, 1.0f, 1.0f, 1.0f, 1.0f, 1.0f, 1.0f, 1.0f};
+  M4 unit = M4{-1, -1, -1, -1};
+  I8 wet = I8{-1, -1, -1, -1, -1, -1, -1, -1}, dry = wet;
   int j = 0;
-  for (; j + 4 <= b.n; j += 4) {
-    V4 g, f;
-    __builtin_memcpy(&g, b.gains + j, sizeof g);
-    f = V4{b.pathFlags[j], b.pathFlags[j + 1], b.pathFlags[j + 2], b.pathFlags[j + 3]};
-    unitGains += g == one ? one : splat4(0.0);
-    wetFlags += f == one ? one : splat4(0.0);
+  for (; j + 8 <= b.n; j += 8) {
+    V4 g0, g1;
+    F8 f;
+    __builtin_memcpy(&g0, b.gains + j, sizeof g0);
+    __builtin_memcpy(&g1, b.gains + j + 4, sizeof g1);
+    __builtin_memcpy(&f, b.pathFlags + j, sizeof f);
+    unit &= (g0 == splat4(1.0)) & (g1 == splat4(1.0));
+    wet &= f == one;
+    dry &= f != one;
   }
-  double units = unitGains[0] + unitGains[1] + unitGains[2] + unitGains[3];
-  double wets = wetFlags[0] + wetFlags[1] + wetFlags[2] + wetFlags[3];
+  bool allUnit = true, allWet = true, allDry = true;
+  for (int k = 0; k < 8; ++k) {
+    allWet &= wet[k] != 0;
+    allDry &= dry[k] != 0;
+  }
+  for (int k = 0; k < 4; ++k) allUnit &= unit[k] != 0;
   for (; j < b.n; ++j) {
-    units += b.gains[j] == 1.0 ? 1.0 : 0.0;
-    wets += b.pathFlags[j] == 1.0f ? 1.0 : 0.0;
+    allUnit &= b.gains[j] == 1.0;
+    allWet &= b.pathFlags[j] == 1.0f;
+    allDry &= b.pathFlags[j] != 1.0f;
   }
-  if (wets == 0.0) return SwitchPath::dry;
-  if (wets == b.n && units == b.n) return SwitchPath::wet;
+  if (allDry) return SwitchPath::dry;
+  if (allWet && allUnit) return SwitchPath::wet;
   return SwitchPath::mixed;
 }
 
