@@ -149,11 +149,21 @@ struct Glide {
   }
 
   FAST_INLINE Coefs8 at(int s) const {
+#if FAST_CHAIN_LANES == 8
     const Lanes8 t = pos0 + Lanes8::splat(static_cast<double>(s));
     const Mask8 gliding = t <= len;
     Coefs8 c;
     for (int i = 0; i < 5; ++i) c.c[i] = select(gliding, delta.c[i] * t + start.c[i], after.c[i]);
     return c;
+#else
+    // Lanes 0..3 never glide: only the upper half is worked out.
+    const V4 t = pos0.hi + splat4(static_cast<double>(s));
+    const M4 gliding = t <= len.hi;
+    Coefs8 c;
+    for (int i = 0; i < 5; ++i)
+      c.c[i] = Lanes8(after.c[i].lo, gliding ? delta.c[i].hi * t + start.c[i].hi : after.c[i].hi);
+    return c;
+#endif
   }
 
   // Glide bookkeeping after n samples, as n calls of the per-sample glide leave it.

@@ -91,7 +91,9 @@ void prepareSwitch(SwitchRecord& record, float onOff, int n, double* blockBuffer
   }
   // Steady for the rest of the block: constant fills (vectorised).
   const double steadyGain = record.steadyGain;
+#pragma GCC unroll 8
   for (int j = i; j < n; ++j) blockBuffer[j] = steadyGain;
+#pragma GCC unroll 8
   for (int j = i; j < n; ++j) flags[j] = onOff;
   record.switchState = onOff;
   record.pathFlagsLength = n;
