@@ -410,6 +410,25 @@ SwitchPath switchPathOf(const Block& b) {
   return SwitchPath::mixed;
 }
 
+// A control value ramped over the block: k*d + start for sample k. When d is
+// a zero, k*d is that same zero for every k >= 0, so the value is d + start
+// for the whole block, formed once.
+struct Ramp {
+  double d, start, level;
+
+  void load(double slope, double first) {
+    d = slope;
+    start = first;
+    level = slope + first;
+  }
+  bool flat() const { return d == 0.0; }
+
+  template <bool Flat>
+  FAST_INLINE double at(int k) const {
+    return Flat ? level : static_cast<double>(k) * d + start;
+  }
+};
+
 struct Engine {
   const Block b;  // a copy: stores to out[] cannot then alias the ramps, which stay in registers
   const double n;
@@ -420,6 +439,7 @@ struct Engine {
   double interpolated[4] = {};  // interpolation -> shaper
   double shaped[4] = {};        // shaper -> decimation
   double toned = 0.0;           // decimation -> power cascade
+  Ramp volume, sustain, tone;
 
   Engine(ChainState& st, const Block& block) : b(block), n(block.n) {
     const double p = kPowerLag, q = kReviseLag;
@@ -433,6 +453,9 @@ struct Engine {
     clipper.post1.load(st.post[1]);
     clipper.upper.load(clipper.post0, 0.00125 * 800.0);
     clipper.lower.load(clipper.post0, -0.001 * 800.0);
+    volume.load(block.dVolume, block.volumeStart);
+    sustain.load(block.dSustain, block.sustainStart);
+    tone.load(block.dTone, block.toneStart);
     clipper.table = block.clipEntries;
     clipper.scale = block.clipScale;
   }
@@ -450,7 +473,7 @@ struct Engine {
 
   FAST_INLINE bool inBlock(int j) const { return j >= 0 && j < b.n; }
 
-  template <bool Edge, bool Gliding, SwitchPath Path>
+  template <bool Edge, bool Gliding, SwitchPath Path, bool Flat>
   FAST_INLINE void step(int s) {
     // What the previous step left for this one.
     const double preOut = a.y[3], powerOut = a.y[7], reviseOut = r.y[7], tonedIn = toned;
@@ -458,8 +481,7 @@ struct Engine {
     // Output: volume and output level on the effect path, or the dry input.
     const int o = s - kOutputLag;
     if (Path != SwitchPath::dry && (!Edge || inBlock(o))) {
-      const double k = static_cast<double>(o);
-      const double wet = ((k * b.dVolume + b.volumeStart) * reviseOut) * b.outputLevel;
+      const double wet = (volume.at<Flat>(o) * reviseOut) * b.outputLevel;
       if (Path == SwitchPath::wet) {
         b.out[o] = wet;
       } else {
@@ -476,7 +498,7 @@ struct Engine {
     // Decimation and tone level.
     const int jd = s - kDecimateLag;
     if (!Edge || inBlock(jd))
-      toned = clipper.decimate(shaped) * (static_cast<double>(jd) * b.dTone + b.toneStart);
+      toned = clipper.decimate(shaped) * tone.at<Flat>(jd);
 
     // Shaper.
     if (!Edge || inBlock(s - kShapeLag))
@@ -485,21 +507,32 @@ struct Engine {
     // Drive and interpolation.
     const int ji = s - kInterpolateLag;
     if (!Edge || inBlock(ji))
-      clipper.interpolate(preOut * (static_cast<double>(ji) * b.dSustain + b.sustainStart),
-                          interpolated);
+      clipper.interpolate(preOut * sustain.at<Flat>(ji), interpolated);
   }
 
-  template <bool Gliding, SwitchPath Path>
+  template <bool Gliding, SwitchPath Path, bool Flat>
   FAST_INLINE void runSteps() {
     const int steps = b.n + kOutputLag;
     int s = 0;
-    for (; s < kOutputLag; ++s) step<true, Gliding, Path>(s);
-    for (; s < b.n; ++s) step<false, Gliding, Path>(s);
-    for (; s < steps; ++s) step<true, Gliding, Path>(s);
+    for (; s < kOutputLag; ++s) step<true, Gliding, Path, Flat>(s);
+    for (; s < b.n; ++s) step<false, Gliding, Path, Flat>(s);
+    for (; s < steps; ++s) step<true, Gliding, Path, Flat>(s);
+  }
+
+  // Flat ramps only matter with steady knobs, which do not glide either.
+  template <bool Gliding, SwitchPath Path>
+  FAST_INLINE void runSteps() {
+    if constexpr (!Gliding) {
+      if (volume.flat() && sustain.flat() && tone.flat()) {
+        runSteps<Gliding, Path, true>();
+        return;
+      }
+    }
+    runSteps<Gliding, Path, false>();
   }
 
   template <bool Gliding>
-  void runSteps() {
+  FAST_INLINE void runSteps() {
     switch (switchPathOf(b)) {
       case SwitchPath::wet:
         runSteps<Gliding, SwitchPath::wet>();
