@@ -73,7 +73,7 @@ void printTable(const std::map<std::string, double>& ns) {
               {"plain, steady knobs", chain("plain", "steady", 48000, 256)},
               {"plain, automation every block", chain("plain", "automation", 48000, 256)}};
   auto printRow = [&](const std::string& label, double v) {
-    std::printf("  %-32s %8.2f ns/sample %7.0fx real-time  %5.2f x fast steady\n", label.c_str(), v,
+    std::printf("  %-42s %8.2f ns/sample %7.0fx real-time  %5.2f x fast steady\n", label.c_str(), v,
                 realtime(v, 48000), v / steady);
   };
   for (const auto& row : rows) printRow(row.label, get(row.name));
