@@ -173,6 +173,14 @@ void programSwitches(VELTRAX& fx, int index, std::mt19937& rng) {
   callVirtualSlot<void, long>(&fx, kSetProgramLongSlot, order[index % 9]);
 }
 
+// One knob at a time (volume, drive, neither, tone), so blocks with one ramp
+// sloping and the others flat come with and without a tone glide.
+void oneKnobAtATime(VELTRAX& fx, int index, std::mt19937& rng) {
+  std::uniform_real_distribution<float> knob(0.0f, 1.0f);
+  static const int order[] = {VELTRAX::kVolume, VELTRAX::kSustain, -1, VELTRAX::kTone};
+  if (order[index % 4] >= 0) fx.setParameter(order[index % 4], knob(rng));
+}
+
 // Switched off from the first block on: every block is steady on the dry path.
 void switchedOff(VELTRAX& fx, int index, std::mt19937& rng) {
   if (index == 0) fx.setParameter(VELTRAX::kOnOff, 0.0f);
@@ -233,6 +241,7 @@ std::vector<Scenario> scenarios() {
       {"one_nan_mid_block", 48000.0f, {256}, 3000, toneNowAndThen, overwrite(1500, {kNaN})},
       {"infinities", 44100.0f, {64, 300}, 3000, toggles, overwrite(700, {kInf, -kInf})},
       {"huge_burst", 48000.0f, {256}, 3000, nullptr, overwrite(1000, {1e300, 1e300, -1e300})},
+      {"one_knob_at_a_time", 48000.0f, {256, 64, 1000}, 40000, oneKnobAtATime, nullptr},
       {"switched_off_extremes_in_place", 48000.0f, {256, 40}, 30000, switchedOff, finiteExtremes, true},
       {"switched_off_nan", 44100.0f, {256}, 3000, switchedOff, overwrite(1200, {kNaN, -kInf})},
       {"steady_stretches_between_fades", 48000.0f, {256, 700, 33}, 40000, rareToggles, finiteExtremes},
