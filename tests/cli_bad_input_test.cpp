@@ -117,8 +117,9 @@ TEST_F(BadInputTest, FullDiskLeavesTheOldOutputAndNoTemporaryFile) {
 }
 
 TEST_F(BadInputTest, InterruptedRenderLeavesNoTemporaryFile) {
-  // Long enough, in one-sample blocks, to be caught while writing.
-  writeAudio(in, {testSignal(40 * 44100, 110.0, 44100, 0.3)}, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+  // Long enough, in one-sample blocks, to be caught while writing even when
+  // the test itself is descheduled for a while (several seconds of work).
+  writeAudio(in, {testSignal(240 * 44100, 110.0, 44100, 0.3)}, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
   std::ofstream(out) << "keep me";
   cli_test::RunningCli render({"render", in, out, "--force", "--block", "1"});
   bool writing = false;
