@@ -11,8 +11,8 @@
 #
 # Each round runs every plug-in once (two renders, the faster counts); the
 # best round per plug-in is reported, so a busy moment on a shared machine
-# does not favour one side. Installs guitarix-lv2 and liblilv-dev when run
-# as root and they are missing.
+# does not favour one side. Installs guitarix-lv2 (and the build's packages)
+# through tools/setup.sh when run as root and they are missing.
 set -euo pipefail
 
 cd "$(dirname "$0")/.."
@@ -22,20 +22,8 @@ signal_seconds=${SIGNAL_SECONDS:-60}
 rate=48000
 block=256
 
-missing=()
-for package in guitarix-lv2 liblilv-dev; do
-  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-  if [ "$(id -u)" -ne 0 ]; then
-    echo "peers.sh: missing Debian packages; run as root: apt-get install -y ${missing[*]}" >&2
-    exit 1
-  fi
-  echo "peers.sh: installing ${missing[*]}" >&2
-  export DEBIAN_FRONTEND=noninteractive
-  apt-get update -qq
-  apt-get install -y -qq --no-install-recommends "${missing[@]}"
-fi
+# The peers come from Debian's guitarix-lv2; the build's own packages too.
+tools/setup.sh guitarix-lv2
 
 [ -f "$build/build.ninja" ] || cmake --preset release -B "$build" >/dev/null
 cmake --build "$build" --target veltrax_lv2host veltrax_lv2_bundle -j 2 >/dev/null
