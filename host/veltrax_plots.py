@@ -63,16 +63,21 @@ def titled(axes, title, caption):
     axes.set_title(f"{title}\n{caption}" if caption else title)
 
 
+def fit_top(axes, columns, span):
+    """Shows `span` dB below the highest finite value, rounded up to 10 dB."""
+    finite = [v for _, values in columns for v in values if math.isfinite(v)]
+    if finite:
+        top = math.ceil(max(finite) / 10) * 10
+        axes.set_ylim(top - span, top + 5)
+
+
 def tone_response(table, out):
     caption, x, columns = table
     figure, axes = plt.subplots(figsize=(9, 5.5))
     for (name, values), colour in zip(columns, colours(len(columns))):
         axes.plot(x, values, label=name, color=colour, linewidth=1.8)
     frequency_axis(axes)
-    finite = [v for _, values in columns for v in values if math.isfinite(v)]
-    if finite:
-        top = math.ceil(max(finite) / 10) * 10
-        axes.set_ylim(top - 70, top + 5)
+    fit_top(axes, columns, 70)
     axes.set_ylabel("gain (dB)")
     titled(axes, "Tone control: small-signal frequency response", caption)
     axes.legend(title="tone knob", loc="lower left")
@@ -101,10 +106,7 @@ def riff_spectrum(table, out):
     for index, (name, values) in enumerate(columns):
         axes.plot(x, values, label=name, **styles[index % len(styles)])
     frequency_axis(axes)
-    finite = [v for _, values in columns for v in values if math.isfinite(v)]
-    if finite:
-        top = math.ceil(max(finite) / 10) * 10
-        axes.set_ylim(top - 80, top + 5)
+    fit_top(axes, columns, 80)
     axes.set_ylabel("level (dB re full-scale sine)")
     titled(axes, "Demo riff spectrum: dry vs processed", caption)
     axes.legend(loc="upper right")
