@@ -1,6 +1,7 @@
 #include "host/InterruptCleanup.h"
 
 #include <limits.h>
+#include <pthread.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -42,6 +43,15 @@ void installHandlers() {
 std::mutex registryLock;
 
 }  // namespace
+
+InterruptsDeferred::InterruptsDeferred() {
+  sigset_t held;
+  sigemptyset(&held);
+  for (int signal : kSignals) sigaddset(&held, signal);
+  pthread_sigmask(SIG_BLOCK, &held, &previous_);
+}
+
+InterruptsDeferred::~InterruptsDeferred() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
 
 int registerPendingFile(const char* path) {
   static std::once_flag installed;

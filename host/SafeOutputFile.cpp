@@ -64,10 +64,14 @@ SafeOutputFile::SafeOutputFile(const std::string& target) : target_(target) {
   std::string pattern = directory + "/." + baseName(target) + ".XXXXXX";
   std::vector<char> name(pattern.begin(), pattern.end());
   name.push_back('\0');
-  fd_ = ::mkstemp(name.data());
-  if (fd_ < 0) fail("cannot create a file in", directory, errno);
-  temporary_ = name.data();
-  pendingSlot_ = registerPendingFile(temporary_.c_str());
+  {
+    // An interrupt between creating and registering would leave the file.
+    InterruptsDeferred deferred;
+    fd_ = ::mkstemp(name.data());
+    if (fd_ < 0) fail("cannot create a file in", directory, errno);
+    temporary_ = name.data();
+    pendingSlot_ = registerPendingFile(temporary_.c_str());
+  }
   // mkstemp makes the file private; give it the mode a new file would get.
   const mode_t mask = ::umask(0);
   ::umask(mask);

@@ -49,6 +49,10 @@ RunningCli::RunningCli(const std::vector<std::string>& arguments, const RunOptio
                        static_cast<rlim_t>(options.fileSizeLimit)};
     ::setrlimit(RLIMIT_FSIZE, &limit);
   }
+  // The command starts with the interrupt signals as an interactive shell
+  // would give them, whatever the test runner inherited (a background job
+  // has SIGINT ignored).
+  for (int interrupt : {SIGINT, SIGTERM, SIGHUP}) ::signal(interrupt, SIG_DFL);
   std::vector<char*> argv{const_cast<char*>(VELTRAX_CLI_PATH)};
   for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
