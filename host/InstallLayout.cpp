@@ -46,9 +46,11 @@ std::string locateModule(const std::string& explicitPath) {
                        "the module veltrax.so; give --module PATH or set VELTRAX_MODULE");
 }
 
+// Next to the binary in the build tree; in the shared data directory once installed.
 std::string locatePlotScript() {
   const std::string dir = executableDirectory();
-  return firstExisting({dir + "/veltrax_plots.py"}, "the plot script");
+  return firstExisting({dir + "/veltrax_plots.py", dir + "/../share/veltrax/veltrax_plots.py"},
+                       "the plot script");
 }
 
 }  // namespace veltrax::host
