@@ -123,12 +123,22 @@ void VELTRAX::runSignalChainFast(const double* in, double* out, int32_t n, const
   static const fast::Kernel best = bestKernel();
   const fast::Kernel forced = kernelOverride.load(std::memory_order_relaxed);
   const fast::Kernel kernel = forced ? forced : best;
-  if (!kernel || n < kSmallestFastBlock || !fastChainApplies()) {
+  fast::ChainState st;
+  if (!kernel || n < kSmallestFastBlock || !captureChain(st) || !fast::postCascadeIsFirstOrder(st)) {
     runSignalChain(in, out, n, ramps);
     return;
   }
+  fast::Block block;
+  describeBlock(ramps, block);
+  block.in = in;
+  block.out = out;
+  block.n = n;
+  kernel(st, block);
+  restoreChain(st);
+}
 
-  fast::ChainState st;
+bool VELTRAX::captureChain(fast::ChainState& st) const {
+  if (!fastChainApplies()) return false;
   IIRFilter* const* power = stageFilters[kPower];
   IIRFilter* const* post = stageFilters[kPost];
   IIRFilter* const* revise = stageFilters[kRevise];
@@ -140,21 +150,16 @@ void VELTRAX::runSignalChainFast(const double* in, double* out, int32_t n, const
   copyIn(*power[3], st.glide[1]);
   copyIn(*post[0], st.post[0]);
   copyIn(*post[1], st.post[1]);
-  if (!fast::postCascadeIsFirstOrder(st)) {
-    runSignalChain(in, out, n, ramps);
-    return;
-  }
   for (int i = 0; i < 6; ++i) {
     st.osUp[i] = osUpState[i];
     st.osDown[i] = osDownState[i];
     st.osFeedforward[i] = osFeedforward[i];
     if (i < 5) st.osFeedback[i] = osFeedback[i];
   }
+  return true;
+}
 
-  fast::Block block;
-  block.in = in;
-  block.out = out;
-  block.n = n;
+void VELTRAX::describeBlock(const ControlRamps& ramps, fast::Block& block) const {
   block.gains = blockBuffer;
   block.pathFlags = switchRecord->pathFlags;
   block.dVolume = ramps.dVolume;
@@ -170,9 +175,12 @@ void VELTRAX::runSignalChainFast(const double* in, double* out, int32_t n, const
   block.clipEntries = reinterpret_cast<const double*>(reinterpret_cast<const char*>(&clip) +
                                                       offsetof(Clipper, clipTable));
   block.clipScale = clip.clipScale;
+}
 
-  kernel(st, block);
-
+void VELTRAX::restoreChain(const fast::ChainState& st) {
+  IIRFilter* const* power = stageFilters[kPower];
+  IIRFilter* const* post = stageFilters[kPost];
+  IIRFilter* const* revise = stageFilters[kRevise];
   for (int lane = 0; lane < 8; ++lane) {
     copyOut(st.a, lane, *stageFilters[kBankA[lane].cascade][kBankA[lane].stage]);
     copyOut(st.b, lane, *revise[lane]);

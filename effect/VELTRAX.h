@@ -21,6 +21,11 @@
 #include "effect/VELTRAXProgram.h"
 #include "frame/QTypeBase.h"
 
+namespace veltrax::fast {
+struct ChainState;
+struct Block;
+}  // namespace veltrax::fast
+
 // Per-block linear ramps of the three control values: sample i of the block
 // uses start + i * step (i counted as a double).
 struct ControlRamps {
@@ -86,6 +91,21 @@ class VELTRAX : public Q_TypeBase {
   // Internal (not part of the host interface): see effect/InternalControl.h.
   bool reserveBlockCapacity(int32_t frames);
   void selectEngine(veltrax::Engine engine);
+
+  // Internal, for engines that run the per-sample loop of several instances
+  // at once (dsp/multistream). The instance belongs to that engine's thread,
+  // which calls these in order for every block, with flush-to-zero set:
+  // beginBlock does what a block does before its per-sample loop (knob
+  // changes, glides, ramps, the switch's gains) and is false when the block
+  // must pass its input through unchanged; captureChain copies the running
+  // state out (false: the chain does not have the kernels' shape);
+  // describeBlock fills the block's gains, path choices, ramps and clipping
+  // table; restoreChain takes the state back; endBlock adopts the knobs.
+  bool beginBlock(int32_t n, ControlRamps& ramps);
+  bool captureChain(veltrax::fast::ChainState& state) const;
+  void describeBlock(const ControlRamps& ramps, veltrax::fast::Block& block) const;
+  void restoreChain(const veltrax::fast::ChainState& state);
+  void endBlock(int32_t n);
 
   // The shared clipping table and the rate it was last built for.
   static Clipper clip;
