@@ -94,10 +94,7 @@ void VELTRAX::processDoubleReplacing(double** inputs, double** outputs, int32_t 
     FlushToZeroScope flushToZero;
     ControlRamps ramps;
     beginBlock(n, ramps);
-    if (engine == veltrax::Engine::fast)
-      runSignalChainFast(in, out, n, ramps);
-    else
-      runSignalChain(in, out, n, ramps);
+    runChain(in, out, n, ramps);
     endBlock(n);
   }
   paramLock.unlock();
@@ -125,6 +122,13 @@ bool VELTRAX::beginBlock(int32_t n, ControlRamps& ramps) {
 
   prepareSwitch(*switchRecord, onOff, n, blockBuffer);
   return true;
+}
+
+void VELTRAX::runChain(const double* in, double* out, int32_t n, const ControlRamps& ramps) {
+  if (engine == veltrax::Engine::fast)
+    runSignalChainFast(in, out, n, ramps);
+  else
+    runSignalChain(in, out, n, ramps);
 }
 
 // After the per-sample loop: the knob values count as applied and the ramps

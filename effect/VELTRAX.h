@@ -102,6 +102,7 @@ class VELTRAX : public Q_TypeBase {
   // describeBlock fills the block's gains, path choices, ramps and clipping
   // table; restoreChain takes the state back; endBlock adopts the knobs.
   bool beginBlock(int32_t n, ControlRamps& ramps);
+  void runChain(const double* in, double* out, int32_t n, const ControlRamps& ramps);  // the selected engine
   bool captureChain(veltrax::fast::ChainState& state) const;
   void describeBlock(const ControlRamps& ramps, veltrax::fast::Block& block) const;
   void restoreChain(const veltrax::fast::ChainState& state);

@@ -1,0 +1,61 @@
+// The multi-stream engine's view of up to eight independent effect instances:
+// the running state of every filter of each instance's chain, one instance per
+// vector lane ([...][lane]), and one block's inputs, switch gains and ramps
+// laid out the same way (sample j of lane l at [j * kMaxLanes + l]). The
+// engine fills it from each instance's fast-engine record before a block and
+// copies it back afterwards, so the kernels (compiled once per instruction set)
+// depend on nothing but this header.
+#pragma once
+
+#include <cstdint>
+
+namespace veltrax::multistream {
+
+constexpr int kMaxLanes = 8;
+
+// The chain's sections in the order a sample meets them: pre cascade 0..3,
+// power cascade 4..7 (6 and 7 glide after a tone change), revise cascade
+// 8..15, and the post cascade 16, 17 inside the oversampled clipping section.
+constexpr int kPreFirst = 0, kPowerFirst = 4, kReviseFirst = 8, kPostFirst = 16;
+constexpr int kSections = 18;
+constexpr int kGlidingFirst = kPowerFirst + 2;  // power sections 2 and 3
+
+struct LaneState {
+  double coef[kSections][5][kMaxLanes];  // -a1, -a2, b0, b1, b2
+  double z1[kSections][kMaxLanes], z2[kSections][kMaxLanes];
+  // Glides of the two gliding power sections: coefficients ipDelta*t + ipStart
+  // at t = ipPos, advanced per sample until t reaches ipLen.
+  double ipStart[2][5][kMaxLanes], ipDelta[2][5][kMaxLanes];
+  double ipPos[2][kMaxLanes], ipLen[2][kMaxLanes];
+  double osUp[6][kMaxLanes], osDown[6][kMaxLanes];  // oversampling filter rows s0..s5
+  // All streams of a batch run at one rate, so they share one coefficient set.
+  double osFeedback[5];     // c1 .. c5
+  double osFeedforward[6];  // f0 .. f5
+};
+
+// Samples [from, to) of one block, every lane at once. Lanes whose own block
+// has ended before `to` compute on whatever their entries hold; the engine
+// copies their state out before and never reads them back.
+struct LaneBlock {
+  int32_t from, to;
+  const double* in;     // in[j * kMaxLanes + lane]
+  double* out;          // same layout; never aliases `in`
+  const double* gains;  // the switch's cross-fade gains, same layout
+  const double* wet;    // 1.0 where the sample takes the effect path, else 0.0
+  double dVolume[kMaxLanes], dSustain[kMaxLanes], dTone[kMaxLanes];
+  double volumeStart[kMaxLanes], sustainStart[kMaxLanes], toneStart[kMaxLanes];
+  double outputLevel[kMaxLanes];
+  const double* clipEntries;  // E[0 .. 2*clipScale + 1], the last one the table's limit
+  double clipScale;
+};
+
+// Runs samples [from, to) of every lane exactly as the plain per-sample loop
+// runs them for each instance.
+using LaneKernel = void (*)(LaneState& state, const LaneBlock& block);
+
+#if defined(__x86_64__)
+void runLanesAvx2(LaneState& state, const LaneBlock& block);
+void runLanesAvx512(LaneState& state, const LaneBlock& block);
+#endif
+
+}  // namespace veltrax::multistream

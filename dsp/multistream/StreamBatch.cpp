@@ -1,0 +1,273 @@
+// The multi-stream engine: per block, each lane's instance prepares its block
+// (knob changes, glides, ramps, the switch's gains), its running state is
+// moved into its lane, the kernel runs every lane at once, and the state goes
+// back. Lanes whose block is shorter leave the kernel when their samples end:
+// the kernel runs [0, shortest), their state is taken back, then it goes on
+// with the others.
+#include "dsp/multistream/StreamBatch.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <thread>
+
+#include "dsp/FastChainState.h"
+#include "dsp/FlushToZero.h"
+#include "effect/VELTRAX.h"
+
+namespace veltrax::multistream {
+
+namespace {
+
+// Bank A lanes 0..7 are the pre and power cascades, bank B the revise cascade.
+constexpr int kBankASection[8] = {kPreFirst,   kPreFirst + 1,   kPreFirst + 2,   kPreFirst + 3,
+                                  kPowerFirst, kPowerFirst + 1, kPowerFirst + 2, kPowerFirst + 3};
+
+void toLane(const fast::SectionBank& bank, int bankLane, LaneState& st, int section, int lane) {
+  for (int i = 0; i < 5; ++i) st.coef[section][i][lane] = bank.coef[i][bankLane];
+  st.z1[section][lane] = bank.z1[bankLane];
+  st.z2[section][lane] = bank.z2[bankLane];
+}
+
+void fromLane(const LaneState& st, int section, int lane, fast::SectionBank& bank, int bankLane) {
+  bank.z1[bankLane] = st.z1[section][lane];
+  bank.z2[bankLane] = st.z2[section][lane];
+}
+
+}  // namespace
+
+int supportedKernels(KernelChoice* choices, int capacity) {
+  KernelChoice all[3];
+  int count = 0;
+#if defined(__x86_64__)
+  __builtin_cpu_init();
+  if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
+      __builtin_cpu_supports("avx512dq"))
+    all[count++] = {"avx512", runLanesAvx512, 8};
+  if (__builtin_cpu_supports("avx2")) all[count++] = {"avx2", runLanesAvx2, 4};
+#endif
+  all[count++] = {"plain", nullptr, kMaxLanes};
+  for (int i = 0; i < count && i < capacity; ++i) choices[i] = all[i];
+  return count;
+}
+
+KernelChoice bestKernel() {
+  KernelChoice best;
+  supportedKernels(&best, 1);
+  return best;
+}
+
+StreamBatch::StreamBatch(float sampleRate, KernelChoice kernel)
+    : sampleRate_(sampleRate), kernel_(kernel), lanes_(kernel.lanes), state_(new LaneState()) {
+  effects_.resize(static_cast<size_t>(lanes_));
+  for (int lane = 0; lane < lanes_; ++lane) startStream(lane, Knobs{});
+}
+
+StreamBatch::~StreamBatch() = default;
+
+void StreamBatch::startStream(int lane, const Knobs& knobs) {
+  std::unique_ptr<VELTRAX> fx(new VELTRAX(nullptr));
+  fx->selectEngine(Engine::plain);  // the reference loop where the lanes do not apply
+  fx->setParameter(VELTRAX::kOnOff, knobs.onOff);
+  fx->setParameter(VELTRAX::kVolume, knobs.volume);
+  fx->setParameter(VELTRAX::kTone, knobs.tone);
+  fx->setParameter(VELTRAX::kSustain, knobs.sustain);
+  fx->setSampleRate(sampleRate_);
+  effects_[static_cast<size_t>(lane)] = std::move(fx);
+}
+
+VELTRAX& StreamBatch::effect(int lane) { return *effects_[static_cast<size_t>(lane)]; }
+
+void StreamBatch::ensureCapacity(int32_t frames) {
+  if (frames <= capacity_) return;
+  const size_t size = static_cast<size_t>(frames) * kMaxLanes;
+  in_.assign(size, 0.0);
+  out_.assign(size, 0.0);
+  gains_.assign(size, 0.0);
+  wet_.assign(size, 0.0);
+  capacity_ = frames;
+}
+
+void StreamBatch::processBlock(const double* const* in, double* const* out, const int32_t* n) {
+  if (!kernel_.run) {
+    for (int lane = 0; lane < lanes_; ++lane) {
+      if (n[lane] <= 0) continue;
+      double* laneIn = const_cast<double*>(in[lane]);
+      double* laneOut = out[lane];
+      effects_[static_cast<size_t>(lane)]->processDoubleReplacing(&laneIn, &laneOut, n[lane]);
+    }
+    return;
+  }
+  runLanes(in, out, n);
+}
+
+void StreamBatch::loadLane(int lane, const fast::ChainState& chain) {
+  LaneState& st = *state_;
+  for (int k = 0; k < 8; ++k) {
+    toLane(chain.a, k, st, kBankASection[k], lane);
+    toLane(chain.b, k, st, kReviseFirst + k, lane);
+  }
+  for (int g = 0; g < 2; ++g) {
+    for (int i = 0; i < 5; ++i) {
+      st.ipStart[g][i][lane] = chain.glide[g].ipStart[i];
+      st.ipDelta[g][i][lane] = chain.glide[g].ipDelta[i];
+    }
+    st.ipPos[g][lane] = chain.glide[g].ipPos;
+    st.ipLen[g][lane] = chain.glide[g].ipLen;
+    const fast::PostSection& post = chain.post[g];
+    for (int i = 0; i < 5; ++i) st.coef[kPostFirst + g][i][lane] = post.coef[i];
+    st.z1[kPostFirst + g][lane] = post.z1;
+    st.z2[kPostFirst + g][lane] = post.z2;
+  }
+  for (int i = 0; i < 6; ++i) {
+    st.osUp[i][lane] = chain.osUp[i];
+    st.osDown[i][lane] = chain.osDown[i];
+  }
+  // One rate for the whole batch, so every lane brings the same set.
+  std::memcpy(st.osFeedback, chain.osFeedback, sizeof st.osFeedback);
+  std::memcpy(st.osFeedforward, chain.osFeedforward, sizeof st.osFeedforward);
+}
+
+void StreamBatch::saveLane(int lane, fast::ChainState& chain) const {
+  const LaneState& st = *state_;
+  for (int k = 0; k < 8; ++k) {
+    fromLane(st, kBankASection[k], lane, chain.a, k);
+    fromLane(st, kReviseFirst + k, lane, chain.b, k);
+  }
+  for (int g = 0; g < 2; ++g) {
+    for (int i = 0; i < 5; ++i) {
+      chain.glide[g].ipStart[i] = st.ipStart[g][i][lane];
+      chain.glide[g].ipDelta[i] = st.ipDelta[g][i][lane];
+    }
+    chain.glide[g].ipPos = st.ipPos[g][lane];
+    chain.post[g].z1 = st.z1[kPostFirst + g][lane];
+    chain.post[g].z2 = st.z2[kPostFirst + g][lane];
+  }
+  for (int i = 0; i < 6; ++i) {
+    chain.osUp[i] = st.osUp[i][lane];
+    chain.osDown[i] = st.osDown[i][lane];
+  }
+}
+
+void StreamBatch::runLanes(const double* const* in, double* const* out, const int32_t* n) {
+  int32_t longest = 0;
+  for (int lane = 0; lane < lanes_; ++lane) longest = std::max(longest, n[lane]);
+  if (longest <= 0) return;
+  ensureCapacity(longest);
+
+  FlushToZeroScope flushToZero;  // as every block of the instances runs
+  fast::ChainState chains[kMaxLanes];
+  ControlRamps ramps[kMaxLanes];
+  int32_t laneLength[kMaxLanes] = {};  // samples the lane runs in the kernel (0: none)
+  LaneBlock block;
+  for (int lane = 0; lane < lanes_; ++lane) {
+    const int32_t len = n[lane];
+    if (len <= 0) continue;
+    VELTRAX& fx = *effects_[static_cast<size_t>(lane)];
+    if (!fx.beginBlock(len, ramps[lane])) {  // no rate yet or no memory: pass through
+      if (in[lane] != out[lane])
+        std::memmove(out[lane], in[lane], sizeof(double) * static_cast<size_t>(len));
+      continue;
+    }
+    if (!fx.captureChain(chains[lane])) {  // a chain of another shape: its own plain loop
+      fx.runChain(in[lane], out[lane], len, ramps[lane]);
+      fx.endBlock(len);
+      continue;
+    }
+    fast::Block described;
+    fx.describeBlock(ramps[lane], described);
+    block.dVolume[lane] = ramps[lane].dVolume;
+    block.dSustain[lane] = ramps[lane].dSustain;
+    block.dTone[lane] = ramps[lane].dTone;
+    block.volumeStart[lane] = ramps[lane].volumeStart;
+    block.sustainStart[lane] = ramps[lane].sustainStart;
+    block.toneStart[lane] = ramps[lane].toneStart;
+    block.outputLevel[lane] = described.outputLevel;
+    block.clipEntries = described.clipEntries;
+    block.clipScale = described.clipScale;
+    for (int32_t j = 0; j < len; ++j) {
+      const size_t at = static_cast<size_t>(j) * kMaxLanes + static_cast<size_t>(lane);
+      in_[at] = in[lane][j];
+      gains_[at] = described.gains[j];
+      wet_[at] = described.pathFlags[j] == 1.0f ? 1.0 : 0.0;
+    }
+    loadLane(lane, chains[lane]);
+    laneLength[lane] = len;
+  }
+
+  // Run up to each distinct block end; lanes ending there leave the kernel.
+  block.in = in_.data();
+  block.out = out_.data();
+  block.gains = gains_.data();
+  block.wet = wet_.data();
+  block.from = 0;
+  for (;;) {
+    int32_t end = 0;
+    for (int lane = 0; lane < lanes_; ++lane)
+      if (laneLength[lane] > block.from && (end == 0 || laneLength[lane] < end))
+        end = laneLength[lane];
+    if (end == 0) break;
+    block.to = end;
+    kernel_.run(*state_, block);
+    for (int lane = 0; lane < lanes_; ++lane) {
+      if (laneLength[lane] != end) continue;
+      VELTRAX& fx = *effects_[static_cast<size_t>(lane)];
+      saveLane(lane, chains[lane]);
+      fx.restoreChain(chains[lane]);
+      for (int32_t j = 0; j < end; ++j)
+        out[lane][j] = out_[static_cast<size_t>(j) * kMaxLanes + static_cast<size_t>(lane)];
+      fx.endBlock(end);
+    }
+    block.from = end;
+  }
+}
+
+void renderStreams(StreamJob* jobs, size_t count, float sampleRate, int32_t blockSize, int threads,
+                   KernelChoice kernel) {
+  if (count == 0 || blockSize <= 0) return;
+  std::atomic<size_t> next{0};
+  auto worker = [&] {
+    StreamBatch batch(sampleRate, kernel);
+    const int lanes = batch.lanes();
+    std::vector<StreamJob*> running(static_cast<size_t>(lanes), nullptr);
+    std::vector<size_t> done(static_cast<size_t>(lanes), 0);
+    std::vector<const double*> in(static_cast<size_t>(lanes));
+    std::vector<double*> out(static_cast<size_t>(lanes));
+    std::vector<int32_t> n(static_cast<size_t>(lanes));
+    for (;;) {
+      bool any = false;
+      for (int lane = 0; lane < lanes; ++lane) {
+        const size_t l = static_cast<size_t>(lane);
+        while (!running[l]) {  // a free lane takes the next stream (empty ones end at once)
+          const size_t index = next.fetch_add(1);
+          if (index >= count) break;
+          if (jobs[index].frames == 0) continue;
+          running[l] = &jobs[index];
+          done[l] = 0;
+          batch.startStream(lane, jobs[index].knobs);
+        }
+        n[l] = 0;
+        if (!running[l]) continue;
+        const size_t left = running[l]->frames - done[l];
+        n[l] = static_cast<int32_t>(std::min<size_t>(left, static_cast<size_t>(blockSize)));
+        in[l] = running[l]->in + done[l];
+        out[l] = running[l]->out + done[l];
+        any = true;
+      }
+      if (!any) break;
+      batch.processBlock(in.data(), out.data(), n.data());
+      for (size_t l = 0; l < static_cast<size_t>(lanes); ++l) {
+        if (!running[l]) continue;
+        done[l] += static_cast<size_t>(n[l]);
+        if (done[l] == running[l]->frames) running[l] = nullptr;
+      }
+    }
+  };
+  const int pool = std::max(1, std::min<int>(threads, static_cast<int>(count)));
+  std::vector<std::thread> helpers;
+  for (int t = 1; t < pool; ++t) helpers.emplace_back(worker);
+  worker();
+  for (std::thread& t : helpers) t.join();
+}
+
+}  // namespace veltrax::multistream
