@@ -101,6 +101,21 @@ void StreamBatch::processBlock(const double* const* in, double* const* out, cons
   runLanes(in, out, n);
 }
 
+// Sample j of the lane's block into slot [j * kMaxLanes + lane] of the
+// kernel's buffers (the input, the switch's gains and its path as 1.0 / 0.0).
+void StreamBatch::interleave(const double* in, const double* gains, const float* pathFlags,
+                             int32_t n, int lane) {
+  double* __restrict laneIn = in_.data() + lane;
+  double* __restrict laneGains = gains_.data() + lane;
+  double* __restrict laneWet = wet_.data() + lane;
+  for (int32_t j = 0; j < n; ++j) {
+    const size_t at = static_cast<size_t>(j) * kMaxLanes;
+    laneIn[at] = in[j];
+    laneGains[at] = gains[j];
+    laneWet[at] = pathFlags[j] == 1.0f ? 1.0 : 0.0;
+  }
+}
+
 void StreamBatch::loadLane(int lane, const fast::ChainState& chain) {
   LaneState& st = *state_;
   for (int k = 0; k < 8; ++k) {
@@ -185,12 +200,7 @@ void StreamBatch::runLanes(const double* const* in, double* const* out, const in
     block.outputLevel[lane] = described.outputLevel;
     block.clipEntries = described.clipEntries;
     block.clipScale = described.clipScale;
-    for (int32_t j = 0; j < len; ++j) {
-      const size_t at = static_cast<size_t>(j) * kMaxLanes + static_cast<size_t>(lane);
-      in_[at] = in[lane][j];
-      gains_[at] = described.gains[j];
-      wet_[at] = described.pathFlags[j] == 1.0f ? 1.0 : 0.0;
-    }
+    interleave(in[lane], described.gains, described.pathFlags, len, lane);
     loadLane(lane, chains[lane]);
     laneLength[lane] = len;
   }
@@ -214,8 +224,9 @@ void StreamBatch::runLanes(const double* const* in, double* const* out, const in
       VELTRAX& fx = *effects_[static_cast<size_t>(lane)];
       saveLane(lane, chains[lane]);
       fx.restoreChain(chains[lane]);
-      for (int32_t j = 0; j < end; ++j)
-        out[lane][j] = out_[static_cast<size_t>(j) * kMaxLanes + static_cast<size_t>(lane)];
+      const double* __restrict from = out_.data() + lane;
+      double* __restrict to = out[lane];
+      for (int32_t j = 0; j < end; ++j) to[j] = from[static_cast<size_t>(j) * kMaxLanes];
       fx.endBlock(end);
     }
     block.from = end;

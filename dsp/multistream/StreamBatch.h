@@ -61,6 +61,8 @@ class StreamBatch {
  private:
   void ensureCapacity(int32_t frames);
   void runLanes(const double* const* in, double* const* out, const int32_t* n);
+  void interleave(const double* in, const double* gains, const float* pathFlags, int32_t n,
+                  int lane);
   void loadLane(int lane, const fast::ChainState& chain);
   void saveLane(int lane, fast::ChainState& chain) const;
 
