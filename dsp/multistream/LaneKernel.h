@@ -6,14 +6,23 @@
 //
 // Every lane performs exactly the scalar operations of the plain per-sample
 // loop, in the same order, with no term left out, so every value is the plain
-// loop's to the bit. The block runs in chunks, and a chunk stage by stage:
-//   A  pre cascade and drive            -> u[j]
-//   B  4x interpolation and the shaper  -> w[j][pass]
-//   C  decimation, tone level, power and revise cascades, output
-// Each stage owns its state alone, so running a stage over several samples
-// before the next stage starts changes no value; it gives the processor many
-// independent samples to overlap.
-#include <immintrin.h>
+// loop's to the bit. Only the schedule differs: a step s runs every stage
+// once, each on its own sample, reading what the stage before it produced in
+// the previous step, so the stages of one step do not wait for each other
+// (each stage owns its state alone, so this changes no value):
+//
+//   stage                                              sample at step s
+//   pre cascade section k (k = 0..3)                   s - k
+//   drive and 4x interpolation                         s - 4
+//   first clamp, x800, post section 0                  s - 5
+//   post section 1, second clamp, tanh table           s - 6
+//   decimation and tone level                          s - 7
+//   power (k = 0..3) and revise (k = 4..11) section k  s - 8 - k
+//   volume, output level and the switch                s - 20
+//
+// Samples [from, to) take to - from + 20 steps; in the first and last 20 some
+// stages have no sample and leave their state alone (edge steps).
+#include <cstddef>
 
 #include "dsp/multistream/LaneState.h"
 
@@ -36,8 +45,6 @@ constexpr int W = LANE_KERNEL_WIDTH;
 typedef double V __attribute__((vector_size(W * 8)));
 typedef int I __attribute__((vector_size(W * 4)));
 
-constexpr int kChunk = 64;  // samples per stage pass: three buffers of 4 KiB .. 16 KiB stay in L1
-
 LANE_INLINE V splat(double x) {
   V v;
   for (int l = 0; l < W; ++l) v[l] = x;
@@ -50,17 +57,30 @@ LANE_INLINE V load(const double* p) {
 }
 LANE_INLINE void store(double* p, V v) { __builtin_memcpy(p, &v, sizeof v); }
 
-// E[j] for every lane's j.
-LANE_INLINE V gather(const double* base, I j) {
-// (The masked forms with every lane on: the plain ones start from an
-// undefined register, which GCC 12 warns about.)
+// E[j] and E[j + 1] for every lane's j: one 16-byte load per lane, the
+// pairs then sorted into the two vectors (data movement only; cheaper here
+// than two gathers).
+LANE_INLINE void tableNeighbours(const double* table, I j, V& lower, V& upper) {
+  typedef double V2 __attribute__((vector_size(16)));
+  int at[W];
+  __builtin_memcpy(at, &j, sizeof at);
+  V2 p[W];
+  for (int l = 0; l < W; ++l) __builtin_memcpy(&p[l], table + at[l], sizeof(V2));
 #if LANE_KERNEL_WIDTH == 8
-  return reinterpret_cast<V>(
-      _mm512_mask_i32gather_pd(_mm512_setzero_pd(), 0xFF, reinterpret_cast<__m256i>(j), base, 8));
+  typedef double V4 __attribute__((vector_size(32)));
+  const V4 p01 = __builtin_shufflevector(p[0], p[1], 0, 1, 2, 3);
+  const V4 p23 = __builtin_shufflevector(p[2], p[3], 0, 1, 2, 3);
+  const V4 p45 = __builtin_shufflevector(p[4], p[5], 0, 1, 2, 3);
+  const V4 p67 = __builtin_shufflevector(p[6], p[7], 0, 1, 2, 3);
+  const V first = __builtin_shufflevector(p01, p23, 0, 1, 2, 3, 4, 5, 6, 7);
+  const V second = __builtin_shufflevector(p45, p67, 0, 1, 2, 3, 4, 5, 6, 7);
+  lower = __builtin_shufflevector(first, second, 0, 2, 4, 6, 8, 10, 12, 14);
+  upper = __builtin_shufflevector(first, second, 1, 3, 5, 7, 9, 11, 13, 15);
 #else
-  return reinterpret_cast<V>(
-      _mm256_mask_i32gather_pd(_mm256_setzero_pd(), base, reinterpret_cast<__m128i>(j),
-                               _mm256_castsi256_pd(_mm256_set1_epi64x(-1)), 8));
+  const V first = __builtin_shufflevector(p[0], p[1], 0, 1, 2, 3);
+  const V second = __builtin_shufflevector(p[2], p[3], 0, 1, 2, 3);
+  lower = __builtin_shufflevector(first, second, 0, 2, 4, 6);
+  upper = __builtin_shufflevector(first, second, 1, 3, 5, 7);
 #endif
 }
 
@@ -106,32 +126,29 @@ struct OversamplingRow {
   }
 };
 
-// Power sections 2 and 3: c = ipDelta*t + ipStart with t = ipPos, and after
-// the sample the glide advances (at t == ipLen the target set takes over).
-struct GlidingSection {
-  Section section;
-  V start[5], delta[5], target[5];
+// The glide of power sections 2 and 3: c = ipDelta*t + ipStart with
+// t = ipPos, and after the sample the glide advances (at t == ipLen the
+// target set, the section's own coefficients, takes over).
+struct Glide {
+  V start[5], delta[5];
   V pos, len;
 
   void load(const LaneState& st, int g) {
-    section.load(st, kGlidingFirst + g);
     for (int i = 0; i < 5; ++i) {
       start[i] = ::load(st.ipStart[g][i]);
       delta[i] = ::load(st.ipDelta[g][i]);
-      target[i] = section.c[i];
     }
     pos = ::load(st.ipPos[g]);
     len = ::load(st.ipLen[g]);
   }
   void store(LaneState& st, int g) const {
-    section.store(st, kGlidingFirst + g);
     for (int i = 0; i < 5; ++i) {
       ::store(st.ipStart[g][i], start[i]);
       ::store(st.ipDelta[g][i], delta[i]);
     }
     ::store(st.ipPos[g], pos);
   }
-  bool glidesAnywhere() const {
+  bool anywhere() const {
     for (int l = 0; l < W; ++l)
       if (pos[l] <= len[l]) return true;
     return false;
@@ -140,14 +157,14 @@ struct GlidingSection {
   void steadySet(V* c) const {
     for (int i = 0; i < 5; ++i) c[i] = delta[i] * pos + start[i];
   }
-  LANE_INLINE V runGliding(V x) {
+  LANE_INLINE V run(Section& section, V x) {
     V c[5];
     for (int i = 0; i < 5; ++i) c[i] = delta[i] * pos + start[i];
     const V y = section.runWith(c, x);
     const auto ends = pos == len;
     const auto before = pos < len;
     for (int i = 0; i < 5; ++i) {
-      start[i] = ends ? target[i] : start[i];
+      start[i] = ends ? section.c[i] : start[i];
       delta[i] = ends ? splat(0.0) : delta[i];
     }
     pos = (ends | before) ? pos + splat(1.0) : pos;
@@ -155,21 +172,41 @@ struct GlidingSection {
   }
 };
 
+constexpr int kChunk = 64;  // samples per pass of each half; the buffer between them: 16 KiB
+constexpr int kDriveLag = 4, kPost0Lag = 5, kPost1Lag = 6, kFrontSteps = kPost1Lag + 1;
+constexpr int kCascadeSections = 12;  // power 0..3, revise 0..7
+// The cascade runs in groups of three sections one sample apart: fewer values
+// carried from step to step (registers) against a chain of three sections
+// per step (latency).
+constexpr int kGroup = 3, kGroups = kCascadeSections / kGroup;
+constexpr int kOutputLag = kGroups, kBackSteps = kOutputLag + 1;
+
 struct Kernel {
   const LaneBlock& b;
-  Section pre[4], power[2], revise[8], post[2];
-  GlidingSection gliding[2];
+  Section pre[4], cascade[kCascadeSections], post[2];  // cascade[2], [3]: the gliding pair
+  Glide glide[2];
   OversamplingRow up, down;
   V f[6], c[5];
   V dVolume, dSustain, dTone, volumeStart, sustainStart, toneStart, outputLevel;
   V scale;
+  V steady[2][5];        // the gliding pair's coefficients where no lane glides
+  int from = 0, to = 0;  // the chunk the halves work on
+
+  // What each stage produced in the last step.
+  V preOut[4], upOut[4], post0Out[4], groupOut[kGroups];
+  alignas(64) V shaped[kChunk][4];  // front half -> back half
+  // The chunk's input, gains, paths (1.0: effect) and output, lane by lane.
+  alignas(64) V in[kChunk], gains[kChunk], wet[kChunk], out[kChunk];
 
   Kernel(const LaneState& st, const LaneBlock& block) : b(block) {
     for (int i = 0; i < 4; ++i) pre[i].load(st, kPreFirst + i);
-    for (int i = 0; i < 2; ++i) power[i].load(st, kPowerFirst + i);
-    for (int i = 0; i < 8; ++i) revise[i].load(st, kReviseFirst + i);
+    for (int i = 0; i < 4; ++i) cascade[i].load(st, kPowerFirst + i);
+    for (int i = 0; i < 8; ++i) cascade[4 + i].load(st, kReviseFirst + i);
     for (int i = 0; i < 2; ++i) post[i].load(st, kPostFirst + i);
-    for (int g = 0; g < 2; ++g) gliding[g].load(st, g);
+    for (int g = 0; g < 2; ++g) {
+      glide[g].load(st, g);
+      glide[g].steadySet(steady[g]);
+    }
     up.load(st.osUp);
     down.load(st.osDown);
     for (int i = 0; i < 6; ++i) f[i] = splat(st.osFeedforward[i]);
@@ -186,98 +223,167 @@ struct Kernel {
 
   void store(LaneState& st) const {
     for (int i = 0; i < 4; ++i) pre[i].store(st, kPreFirst + i);
-    for (int i = 0; i < 2; ++i) power[i].store(st, kPowerFirst + i);
-    for (int i = 0; i < 8; ++i) revise[i].store(st, kReviseFirst + i);
+    for (int i = 0; i < 4; ++i) cascade[i].store(st, kPowerFirst + i);
+    for (int g = 0; g < 2; ++g) glide[g].store(st, g);
+    for (int i = 0; i < 8; ++i) cascade[4 + i].store(st, kReviseFirst + i);
     for (int i = 0; i < 2; ++i) post[i].store(st, kPostFirst + i);
-    for (int g = 0; g < 2; ++g) gliding[g].store(st, g);
     up.store(st.osUp);
     down.store(st.osDown);
   }
 
-  // A: pre cascade, then the drive u = x * (k*dSustain + sustainStart).
-  LANE_INLINE void preAndDrive(int from, int to, V* u) {
-    for (int j = from; j < to; ++j) {
-      V x = load(b.in + j * kMaxLanes);
-#pragma GCC unroll 4
-      for (int s = 0; s < 4; ++s) x = pre[s].run(x);
-      u[j - from] = x * (splat(static_cast<double>(j)) * dSustain + sustainStart);
-    }
-  }
+  LANE_INLINE bool inRange(int j) const { return j >= from && j < to; }
+  static LANE_INLINE V index(int j) { return splat(static_cast<double>(j)); }
 
-  // Clamp to -0.001 .. 0.00125 (NaN: -0.001), x800, post cascade, clamp to
-  // -1 .. 1 (NaN: -1), tanh(16 h) from the table by linear interpolation.
-  LANE_INLINE V shape(V y) {
-    const V hi = splat(0.00125), lo = splat(-0.001), one = splat(1.0), minusOne = splat(-1.0);
-    V h = y > hi ? hi : (y > lo ? y : lo);
-    h = h * splat(800.0);
-    h = post[0].run(h);
-    h = post[1].run(h);
-    h = h > one ? one : (h > minusOne ? h : minusOne);
+  // The tanh curve by linear interpolation in the table, for h in -1 .. 1.
+  LANE_INLINE V lookup(V h) const {
     const V pos = scale + h * scale;
     const I j = __builtin_convertvector(pos, I);
-    const V lower = gather(b.clipEntries, j);
-    const V upper = gather(b.clipEntries + 1, j);
+    V lower, upper;
+    tableNeighbours(b.clipEntries, j, lower, upper);
     return (upper - lower) * (pos - __builtin_convertvector(j, V)) + lower;
   }
 
-  // B: four-times interpolation by zero insertion, each sub-sample shaped.
-  LANE_INLINE void interpolateAndShape(int count, const V* u, V (*w)[4]) {
-    for (int j = 0; j < count; ++j) {
+  // Front half, step s: pre cascade section k at sample s - k, drive and
+  // interpolation at s - 4, first clamp and post section 0 at s - 5, post
+  // section 1, second clamp and table at s - 6. Later stages first, so each
+  // reads what its predecessor produced in the last step.
+  template <bool Edge>
+  LANE_INLINE void frontStep(int s) {
+    // Post section 1, clamp to -1 .. 1 (NaN: -1), tanh(16 h) from the table.
+    const int j1 = s - kPost1Lag;
+    if (!Edge || inRange(j1)) {
+      const V one = splat(1.0), minusOne = splat(-1.0);
 #pragma GCC unroll 4
-      for (int pass = 0; pass < 4; ++pass) {
-        const V v = pass == 0 ? u[j] : splat(0.0);
-        w[j][pass] = shape(up.step(f, c, v));
+      for (int p = 0; p < 4; ++p) {
+        V h = post[1].run(post0Out[p]);
+        h = h > one ? one : (h > minusOne ? h : minusOne);
+        shaped[j1 - from][p] = lookup(h);
       }
+    }
+
+    // Clamp to -0.001 .. 0.00125 (NaN: -0.001), x800, post section 0.
+    if (!Edge || inRange(s - kPost0Lag)) {
+      const V hi = splat(0.00125), lo = splat(-0.001);
+#pragma GCC unroll 4
+      for (int p = 0; p < 4; ++p) {
+        const V y = upOut[p];
+        const V h = y > hi ? hi : (y > lo ? y : lo);
+        post0Out[p] = post[0].run(h * splat(800.0));
+      }
+    }
+
+    // Drive and four-times interpolation by zero insertion.
+    const int ji = s - kDriveLag;
+    if (!Edge || inRange(ji)) {
+      const V u = preOut[3] * (index(ji) * dSustain + sustainStart);
+      upOut[0] = up.step(f, c, u);
+      upOut[1] = up.step(f, c, splat(0.0));
+      upOut[2] = up.step(f, c, splat(0.0));
+      upOut[3] = up.step(f, c, splat(0.0));
+    }
+
+#pragma GCC unroll 4
+    for (int k = 3; k >= 0; --k) {
+      if (Edge && !inRange(s - k)) continue;
+      preOut[k] = pre[k].run(k == 0 ? in[s - from] : preOut[k - 1]);
     }
   }
 
-  // C: decimation (pass 0's output kept), tone level, power and revise
-  // cascades, then volume, output level and the switch against the dry input.
+  // Cascade section k on x (the gliding pair by its glide).
   template <bool Gliding>
-  LANE_INLINE void decimateToOutput(int from, int to, const V (*w)[4], const V* steady) {
-    for (int j = from; j < to; ++j) {
-      const V* wj = w[j - from];
-      const V z0 = down.step(f, c, wj[0]);
-      down.step(f, c, wj[1]);
-      down.step(f, c, wj[2]);
-      down.step(f, c, wj[3]);
-      const V k = splat(static_cast<double>(j));
-      V t = z0 * (k * dTone + toneStart);
-      t = power[0].run(t);
-      t = power[1].run(t);
-      if (Gliding) {
-        t = gliding[0].runGliding(t);
-        t = gliding[1].runGliding(t);
-      } else {
-        t = gliding[0].section.runWith(steady, t);
-        t = gliding[1].section.runWith(steady + 5, t);
-      }
-#pragma GCC unroll 8
-      for (int s = 0; s < 8; ++s) t = revise[s].run(t);
-
-      const size_t at = static_cast<size_t>(j) * kMaxLanes;
-      const V gain = load(b.gains + at);
-      const V wetOut = (((k * dVolume + volumeStart) * t) * outputLevel) * gain;
-      const V dryOut = gain * load(b.in + at);
-      ::store(b.out + at, load(b.wet + at) == splat(1.0) ? wetOut : dryOut);
+  LANE_INLINE V runSection(int k, V x) {
+    if (k == 2 || k == 3) {
+      if (Gliding) return glide[k - 2].run(cascade[k], x);
+      return cascade[k].runWith(steady[k - 2], x);
     }
+    return cascade[k].run(x);
+  }
+
+  // Back half, step s: decimation, tone level and the first group of the
+  // power and revise cascades at sample s, group g at s - g, volume, output
+  // level and the switch at s - 4. Later stages first, as in the front half.
+  template <bool Edge, bool Gliding>
+  LANE_INLINE void backStep(int s) {
+    const int o = s - kOutputLag;
+    if (!Edge || inRange(o)) {
+      const int at = o - from;
+      const V wetOut =
+          (((index(o) * dVolume + volumeStart) * groupOut[kGroups - 1]) * outputLevel) * gains[at];
+      const V dryOut = gains[at] * in[at];
+      out[at] = wet[at] == splat(1.0) ? wetOut : dryOut;
+    }
+
+#pragma GCC unroll 4
+    for (int g = kGroups - 1; g >= 1; --g) {
+      if (Edge && !inRange(s - g)) continue;
+      V x = groupOut[g - 1];
+#pragma GCC unroll 3
+      for (int k = g * kGroup; k < (g + 1) * kGroup; ++k) x = runSection<Gliding>(k, x);
+      groupOut[g] = x;
+    }
+
+    // Decimation (pass 0's output kept), tone level, the first group.
+    if (!Edge || inRange(s)) {
+      const V* w = shaped[s - from];
+      const V z0 = down.step(f, c, w[0]);
+      down.step(f, c, w[1]);
+      down.step(f, c, w[2]);
+      down.step(f, c, w[3]);
+      V x = z0 * (index(s) * dTone + toneStart);
+#pragma GCC unroll 3
+      for (int k = 0; k < kGroup; ++k) x = runSection<Gliding>(k, x);
+      groupOut[0] = x;
+    }
+  }
+
+  // Sample j of every lane into the chunk's vectors; a lane whose block ends
+  // earlier reads nothing there and computes on zeros.
+  void gatherChunk() {
+    for (int j = from; j < to; ++j) {
+      V x = splat(0.0), g = splat(0.0), w = splat(0.0);
+      for (int l = 0; l < W; ++l) {
+        if (j >= b.length[l]) continue;
+        x[l] = b.in[l][j];
+        g[l] = b.gains[l][j];
+        w[l] = b.pathFlags[l][j] == 1.0f ? 1.0 : 0.0;
+      }
+      in[j - from] = x;
+      gains[j - from] = g;
+      wet[j - from] = w;
+    }
+  }
+
+  void scatterChunk() const {
+    for (int j = from; j < to; ++j)
+      for (int l = 0; l < W; ++l)
+        if (j < b.length[l]) b.out[l][j] = out[j - from][l];
+  }
+
+  template <bool Gliding>
+  void runChunk() {
+    gatherChunk();
+    int s = from;
+    const int frontSteady = from + kFrontSteps - 1 < to ? from + kFrontSteps - 1 : to;
+    for (; s < frontSteady; ++s) frontStep<true>(s);
+    for (; s < to; ++s) frontStep<false>(s);
+    for (; s < to + kFrontSteps - 1; ++s) frontStep<true>(s);
+
+    s = from;
+    const int backSteady = from + kBackSteps - 1 < to ? from + kBackSteps - 1 : to;
+    for (; s < backSteady; ++s) backStep<true, Gliding>(s);
+    for (; s < to; ++s) backStep<false, Gliding>(s);
+    for (; s < to + kBackSteps - 1; ++s) backStep<true, Gliding>(s);
+    scatterChunk();
   }
 
   void run() {
-    alignas(64) V u[kChunk];
-    alignas(64) V w[kChunk][4];
-    const bool glides = gliding[0].glidesAnywhere() || gliding[1].glidesAnywhere();
-    V steady[10];
-    gliding[0].steadySet(steady);
-    gliding[1].steadySet(steady + 5);
-    for (int from = b.from; from < b.to; from += kChunk) {
-      const int to = from + kChunk < b.to ? from + kChunk : b.to;
-      preAndDrive(from, to, u);
-      interpolateAndShape(to - from, u, w);
-      if (glides)
-        decimateToOutput<true>(from, to, w, steady);
+    const bool gliding = glide[0].anywhere() || glide[1].anywhere();
+    for (from = b.from; from < b.to; from = to) {
+      to = from + kChunk < b.to ? from + kChunk : b.to;
+      if (gliding)
+        runChunk<true>();
       else
-        decimateToOutput<false>(from, to, w, steady);
+        runChunk<false>();
     }
   }
 };

@@ -1,7 +1,7 @@
 // The multi-stream engine's view of up to eight independent effect instances:
 // the running state of every filter of each instance's chain, one instance per
-// vector lane ([...][lane]), and one block's inputs, switch gains and ramps
-// laid out the same way (sample j of lane l at [j * kMaxLanes + l]). The
+// vector lane ([...][lane]), and one block of every lane: its samples, the
+// switch's gains and path choices, and its ramps. The
 // engine fills it from each instance's fast-engine record before a block and
 // copies it back afterwards, so the kernels (compiled once per instruction set)
 // depend on nothing but this header.
@@ -33,15 +33,17 @@ struct LaneState {
   double osFeedforward[6];  // f0 .. f5
 };
 
-// Samples [from, to) of one block, every lane at once. Lanes whose own block
-// has ended before `to` compute on whatever their entries hold; the engine
-// copies their state out before and never reads them back.
+// Samples [from, to) of one block of every lane. Lane l's block has
+// length[l] samples (0: an idle lane); lanes whose block ends before `to`
+// compute on zeros past their end, and the engine copies their state out
+// before and never reads it back.
 struct LaneBlock {
   int32_t from, to;
-  const double* in;     // in[j * kMaxLanes + lane]
-  double* out;          // same layout; never aliases `in`
-  const double* gains;  // the switch's cross-fade gains, same layout
-  const double* wet;    // 1.0 where the sample takes the effect path, else 0.0
+  int32_t length[kMaxLanes];
+  const double* in[kMaxLanes];
+  double* out[kMaxLanes];             // may alias in[lane]
+  const double* gains[kMaxLanes];     // the switch's cross-fade gains
+  const float* pathFlags[kMaxLanes];  // 1.0: effect path, anything else: dry input
   double dVolume[kMaxLanes], dSustain[kMaxLanes], dTone[kMaxLanes];
   double volumeStart[kMaxLanes], sustainStart[kMaxLanes], toneStart[kMaxLanes];
   double outputLevel[kMaxLanes];

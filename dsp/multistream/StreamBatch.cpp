@@ -78,16 +78,6 @@ void StreamBatch::startStream(int lane, const Knobs& knobs) {
 
 VELTRAX& StreamBatch::effect(int lane) { return *effects_[static_cast<size_t>(lane)]; }
 
-void StreamBatch::ensureCapacity(int32_t frames) {
-  if (frames <= capacity_) return;
-  const size_t size = static_cast<size_t>(frames) * kMaxLanes;
-  in_.assign(size, 0.0);
-  out_.assign(size, 0.0);
-  gains_.assign(size, 0.0);
-  wet_.assign(size, 0.0);
-  capacity_ = frames;
-}
-
 void StreamBatch::processBlock(const double* const* in, double* const* out, const int32_t* n) {
   if (!kernel_.run) {
     for (int lane = 0; lane < lanes_; ++lane) {
@@ -99,21 +89,6 @@ void StreamBatch::processBlock(const double* const* in, double* const* out, cons
     return;
   }
   runLanes(in, out, n);
-}
-
-// Sample j of the lane's block into slot [j * kMaxLanes + lane] of the
-// kernel's buffers (the input, the switch's gains and its path as 1.0 / 0.0).
-void StreamBatch::interleave(const double* in, const double* gains, const float* pathFlags,
-                             int32_t n, int lane) {
-  double* __restrict laneIn = in_.data() + lane;
-  double* __restrict laneGains = gains_.data() + lane;
-  double* __restrict laneWet = wet_.data() + lane;
-  for (int32_t j = 0; j < n; ++j) {
-    const size_t at = static_cast<size_t>(j) * kMaxLanes;
-    laneIn[at] = in[j];
-    laneGains[at] = gains[j];
-    laneWet[at] = pathFlags[j] == 1.0f ? 1.0 : 0.0;
-  }
 }
 
 void StreamBatch::loadLane(int lane, const fast::ChainState& chain) {
@@ -165,16 +140,10 @@ void StreamBatch::saveLane(int lane, fast::ChainState& chain) const {
 }
 
 void StreamBatch::runLanes(const double* const* in, double* const* out, const int32_t* n) {
-  int32_t longest = 0;
-  for (int lane = 0; lane < lanes_; ++lane) longest = std::max(longest, n[lane]);
-  if (longest <= 0) return;
-  ensureCapacity(longest);
-
   FlushToZeroScope flushToZero;  // as every block of the instances runs
   fast::ChainState chains[kMaxLanes];
   ControlRamps ramps[kMaxLanes];
-  int32_t laneLength[kMaxLanes] = {};  // samples the lane runs in the kernel (0: none)
-  LaneBlock block;
+  LaneBlock block = {};
   for (int lane = 0; lane < lanes_; ++lane) {
     const int32_t len = n[lane];
     if (len <= 0) continue;
@@ -191,6 +160,11 @@ void StreamBatch::runLanes(const double* const* in, double* const* out, const in
     }
     fast::Block described;
     fx.describeBlock(ramps[lane], described);
+    block.length[lane] = len;
+    block.in[lane] = in[lane];
+    block.out[lane] = out[lane];
+    block.gains[lane] = described.gains;
+    block.pathFlags[lane] = described.pathFlags;
     block.dVolume[lane] = ramps[lane].dVolume;
     block.dSustain[lane] = ramps[lane].dSustain;
     block.dTone[lane] = ramps[lane].dTone;
@@ -200,36 +174,24 @@ void StreamBatch::runLanes(const double* const* in, double* const* out, const in
     block.outputLevel[lane] = described.outputLevel;
     block.clipEntries = described.clipEntries;
     block.clipScale = described.clipScale;
-    interleave(in[lane], described.gains, described.pathFlags, len, lane);
     loadLane(lane, chains[lane]);
-    laneLength[lane] = len;
   }
 
   // Run up to each distinct block end; lanes ending there leave the kernel.
-  block.in = in_.data();
-  block.out = out_.data();
-  block.gains = gains_.data();
-  block.wet = wet_.data();
-  block.from = 0;
-  for (;;) {
-    int32_t end = 0;
+  for (block.from = 0;; block.from = block.to) {
+    block.to = 0;
     for (int lane = 0; lane < lanes_; ++lane)
-      if (laneLength[lane] > block.from && (end == 0 || laneLength[lane] < end))
-        end = laneLength[lane];
-    if (end == 0) break;
-    block.to = end;
+      if (block.length[lane] > block.from && (block.to == 0 || block.length[lane] < block.to))
+        block.to = block.length[lane];
+    if (block.to == 0) break;
     kernel_.run(*state_, block);
     for (int lane = 0; lane < lanes_; ++lane) {
-      if (laneLength[lane] != end) continue;
+      if (block.length[lane] != block.to) continue;
       VELTRAX& fx = *effects_[static_cast<size_t>(lane)];
       saveLane(lane, chains[lane]);
       fx.restoreChain(chains[lane]);
-      const double* __restrict from = out_.data() + lane;
-      double* __restrict to = out[lane];
-      for (int32_t j = 0; j < end; ++j) to[j] = from[static_cast<size_t>(j) * kMaxLanes];
-      fx.endBlock(end);
+      fx.endBlock(block.to);
     }
-    block.from = end;
   }
 }
 

@@ -59,10 +59,7 @@ class StreamBatch {
   void processBlock(const double* const* in, double* const* out, const int32_t* n);
 
  private:
-  void ensureCapacity(int32_t frames);
   void runLanes(const double* const* in, double* const* out, const int32_t* n);
-  void interleave(const double* in, const double* gains, const float* pathFlags, int32_t n,
-                  int lane);
   void loadLane(int lane, const fast::ChainState& chain);
   void saveLane(int lane, fast::ChainState& chain) const;
 
@@ -71,8 +68,6 @@ class StreamBatch {
   int lanes_;
   std::vector<std::unique_ptr<VELTRAX>> effects_;
   std::unique_ptr<LaneState> state_;
-  std::vector<double> in_, out_, gains_, wet_;  // [j * kMaxLanes + lane]
-  int32_t capacity_ = 0;
 };
 
 // One stream of a whole-signal render: `frames` samples of `in` into `out`
