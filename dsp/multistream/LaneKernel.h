@@ -172,8 +172,8 @@ struct Glide {
   }
 };
 
-constexpr int kChunk = 64;  // samples per pass of each half; the buffer between them: 16 KiB
-constexpr int kDriveLag = 4, kPost0Lag = 5, kPost1Lag = 6, kFrontSteps = kPost1Lag + 1;
+constexpr int kChunk = 128;  // samples per pass of each half; the buffer between them: 16 KiB
+constexpr int kDriveLag = 4, kPost0Lag = 5, kFrontSteps = kPost0Lag + 1;
 constexpr int kCascadeSections = 12;  // power 0..3, revise 0..7
 // The cascade runs in groups of three sections one sample apart: fewer values
 // carried from step to step (registers) against a chain of three sections
@@ -193,8 +193,8 @@ struct Kernel {
   int from = 0, to = 0;  // the chunk the halves work on
 
   // What each stage produced in the last step.
-  V preOut[4], upOut[4], post0Out[4], groupOut[kGroups];
-  alignas(64) V shaped[kChunk][4];  // front half -> back half
+  V preOut[4], upOut[4], groupOut[kGroups];
+  alignas(64) V shaped[kChunk][4];  // front half -> shaper -> back half
   // The chunk's input, gains, paths (1.0: effect) and output, lane by lane.
   alignas(64) V in[kChunk], gains[kChunk], wet[kChunk], out[kChunk];
 
@@ -249,26 +249,15 @@ struct Kernel {
   // reads what its predecessor produced in the last step.
   template <bool Edge>
   LANE_INLINE void frontStep(int s) {
-    // Post section 1, clamp to -1 .. 1 (NaN: -1), tanh(16 h) from the table.
-    const int j1 = s - kPost1Lag;
-    if (!Edge || inRange(j1)) {
-      const V one = splat(1.0), minusOne = splat(-1.0);
-#pragma GCC unroll 4
-      for (int p = 0; p < 4; ++p) {
-        V h = post[1].run(post0Out[p]);
-        h = h > one ? one : (h > minusOne ? h : minusOne);
-        shaped[j1 - from][p] = lookup(h);
-      }
-    }
-
     // Clamp to -0.001 .. 0.00125 (NaN: -0.001), x800, post section 0.
-    if (!Edge || inRange(s - kPost0Lag)) {
+    const int j0 = s - kPost0Lag;
+    if (!Edge || inRange(j0)) {
       const V hi = splat(0.00125), lo = splat(-0.001);
 #pragma GCC unroll 4
       for (int p = 0; p < 4; ++p) {
         const V y = upOut[p];
         const V h = y > hi ? hi : (y > lo ? y : lo);
-        post0Out[p] = post[0].run(h * splat(800.0));
+        shaped[j0 - from][p] = post[0].run(h * splat(800.0));
       }
     }
 
@@ -336,27 +325,49 @@ struct Kernel {
     }
   }
 
-  // Sample j of every lane into the chunk's vectors; a lane whose block ends
-  // earlier reads nothing there and computes on zeros.
+  // Sample j of every lane into the chunk's vectors, lane by lane (each lane
+  // read in order); a lane whose block ends earlier computes on zeros there.
   void gatherChunk() {
-    for (int j = from; j < to; ++j) {
-      V x = splat(0.0), g = splat(0.0), w = splat(0.0);
-      for (int l = 0; l < W; ++l) {
-        if (j >= b.length[l]) continue;
-        x[l] = b.in[l][j];
-        g[l] = b.gains[l][j];
-        w[l] = b.pathFlags[l][j] == 1.0f ? 1.0 : 0.0;
+    double* x = reinterpret_cast<double*>(in);
+    double* g = reinterpret_cast<double*>(gains);
+    double* w = reinterpret_cast<double*>(wet);
+    for (int l = 0; l < W; ++l) {
+      const int end = b.length[l] < to ? b.length[l] : to;
+      int j = from;
+      for (; j < end; ++j) {
+        const int at = (j - from) * W + l;
+        x[at] = b.in[l][j];
+        g[at] = b.gains[l][j];
+        w[at] = b.pathFlags[l][j] == 1.0f ? 1.0 : 0.0;
       }
-      in[j - from] = x;
-      gains[j - from] = g;
-      wet[j - from] = w;
+      for (; j < to; ++j) {
+        const int at = (j - from) * W + l;
+        x[at] = g[at] = w[at] = 0.0;
+      }
     }
   }
 
   void scatterChunk() const {
-    for (int j = from; j < to; ++j)
-      for (int l = 0; l < W; ++l)
-        if (j < b.length[l]) b.out[l][j] = out[j - from][l];
+    const double* y = reinterpret_cast<const double*>(out);
+    for (int l = 0; l < W; ++l) {
+      const int end = b.length[l] < to ? b.length[l] : to;
+      for (int j = from; j < end; ++j) b.out[l][j] = y[(j - from) * W + l];
+    }
+  }
+
+  // The shaper's second half, sample by sample over the chunk, in place in
+  // `shaped`: post section 1, clamp to -1 .. 1 (NaN: -1), tanh(16 h) from
+  // the table.
+  void shapeChunk() {
+    const V one = splat(1.0), minusOne = splat(-1.0);
+    for (int j = 0; j < to - from; ++j) {
+#pragma GCC unroll 4
+      for (int p = 0; p < 4; ++p) {
+        V h = post[1].run(shaped[j][p]);
+        h = h > one ? one : (h > minusOne ? h : minusOne);
+        shaped[j][p] = lookup(h);
+      }
+    }
   }
 
   template <bool Gliding>
@@ -367,6 +378,7 @@ struct Kernel {
     for (; s < frontSteady; ++s) frontStep<true>(s);
     for (; s < to; ++s) frontStep<false>(s);
     for (; s < to + kFrontSteps - 1; ++s) frontStep<true>(s);
+    shapeChunk();
 
     s = from;
     const int backSteady = from + kBackSteps - 1 < to ? from + kBackSteps - 1 : to;
