@@ -236,7 +236,12 @@ void renderStreams(StreamJob* jobs, size_t count, float sampleRate, int32_t bloc
       }
     }
   };
-  const int pool = std::max(1, std::min<int>(threads, static_cast<int>(count)));
+  // No more threads than there are full batches of streams: a half-empty
+  // batch costs as much as a full one.
+  const size_t batches =
+      (count + static_cast<size_t>(kernel.lanes) - 1) / static_cast<size_t>(kernel.lanes);
+  const int pool = std::max(
+      1, static_cast<int>(std::min<size_t>(static_cast<size_t>(std::max(threads, 1)), batches)));
   std::vector<std::thread> helpers;
   for (int t = 1; t < pool; ++t) helpers.emplace_back(worker);
   worker();
