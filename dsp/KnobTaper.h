@@ -20,6 +20,15 @@ struct KnobTaper {
 //   r = rangeStart + f*(rangeEnd - rangeStart) (or the flipped range).
 double evaluateTaper(const KnobTaper& taper, float x);
 
+// The tone knob's four tapers, in the order of the effect's toneTapers.
+enum ToneTaper : int {
+  kToneLevel = 0,             // tone level, linear
+  kTonePeakingFrequency = 1,  // peaking section's frequency, Hz
+  kTonePeakingGain = 2,       // peaking section's gain, dB
+  kToneShelfGain = 3,         // 12 kHz shelf's gain, dB
+  kToneTaperCount = 4
+};
+
 // The effect's six tapers. The end points that the effect holds as members
 // carry their default values here; the effect overwrites them at setup.
 // sustain: 0.1 + 0.9*x^2
