@@ -72,8 +72,13 @@ inline constexpr double kBankBLags[kLanes] = {kReviseLag,     kReviseLag + 1, kR
                                               kReviseLag + 3, kReviseLag + 4, kReviseLag + 5,
                                               kReviseLag + 6, kReviseLag + 7};
 
-// The layout above holds exactly this shape: a change to the cascades that
-// breaks it fails here, and the tables of lanes and lags are updated with it.
+// Whether the lane layout above holds this shape exactly: every full-rate
+// section in one lane, in order; each lane's lag its cascade's lag plus its
+// position; the tone sections in bank A's upper half (the kernels glide only
+// that half); two post sections and four sub-samples in the clipping section.
+// The fast kernels are written for this layout: while it does not hold (a
+// cascade got another section count and the layout was not extended), the
+// effect runs the plain per-sample loop instead, with the same output.
 namespace layout_check {
 constexpr bool banksHoldEveryFullRateSection() {
   int seen[kCascadeCount] = {};
@@ -96,15 +101,19 @@ constexpr bool lagsFollowTheLanes() {
   }
   return true;
 }
-static_assert(banksHoldEveryFullRateSection(), "each full-rate section sits in one lane, in order");
-static_assert(lagsFollowTheLanes(), "each lane's lag is its cascade's lag plus its position");
-static_assert(kBankA[kGlidingLanes[0]].cascade == kPower &&
-                  kBankA[kGlidingLanes[1]].cascade == kPower &&
-                  kBankA[kGlidingLanes[0]].section == kTonePeakingSection &&
-                  kBankA[kGlidingLanes[1]].section == kToneShelfSection,
-              "the gliding lanes hold the tone sections");
-static_assert(kGlidingLanes[0] >= kLanes / 2 && kGlidingLanes[1] >= kLanes / 2,
-              "the gliding sections sit in bank A's upper half (the kernels glide only that half)");
+constexpr bool toneSectionsGlideInUpperHalf() {
+  for (int g = 0; g < kGlidingCount; ++g) {
+    const int lane = kGlidingLanes[g];
+    if (lane < kLanes / 2 || lane >= kLanes) return false;
+    if (kBankA[lane].cascade != kPower || kBankA[lane].section != kGlidingSections[g]) return false;
+  }
+  return true;
+}
 }  // namespace layout_check
+
+inline constexpr bool kFastLayoutFits =
+    layout_check::banksHoldEveryFullRateSection() && layout_check::lagsFollowTheLanes() &&
+    layout_check::toneSectionsGlideInUpperHalf() && kPowerLane == kLanes / 2 &&
+    kCascades[kPost].sections == 2 && kOversampling == 4;
 
 }  // namespace veltrax::chain

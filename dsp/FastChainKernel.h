@@ -13,7 +13,9 @@
 // Cascades. Lane k of an eight-lane pipeline holds one filter section, which
 // works one sample behind the section in lane k-1, so one vector step
 // advances eight sections. Pipeline A holds the pre cascade (lanes 0..3) and
-// the power cascade (lanes 4..7), pipeline B the revise cascade.
+// the power cascade (lanes 4..7), pipeline B the revise cascade (the layout
+// and the lags below: dsp/ChainShape.h). What differs with the register
+// width lives in dsp/FastLanes.h and dsp/FastOversamplingRow.h.
 //
 // Stages. A step s runs every stage once, each on its own sample, and each
 // stage reads what the stage before it produced in the previous step, so the
@@ -62,11 +64,10 @@ using veltrax::chain::kOutputLag;
 using veltrax::chain::kPowerLane;
 using veltrax::chain::kShapeLag;
 
+// The kernel is written for the chain's lane layout; the effect runs it only
+// while veltrax::chain::kFastLayoutFits (pipeline A split at its halves, two
+// post sections, four sub-samples).
 static_assert(veltrax::chain::kLanes == 8, "the pipelines are eight lanes wide");
-static_assert(kPowerLane == veltrax::chain::kLanes / 2, "pipeline A splits at its halves (shiftIn)");
-static_assert(veltrax::chain::kOversampling == 4, "the clipping section runs four sub-samples");
-static_assert(veltrax::chain::kCascades[veltrax::chain::kPost].sections == 2,
-              "the clipping section runs two post sections");
 
 // ---------------------------------------------------------------------------
 // Cascades as skewed eight-lane pipelines.

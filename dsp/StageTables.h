@@ -10,9 +10,8 @@
 #include "dsp/FilterDesign.h"
 #include "dsp/IIRFilter.h"
 
-// Each table's length is its cascade's section count (dsp/ChainShape.h); the
-// definitions leave the length open, so a table with another number of
-// entries does not compile.
+// Each table's length is its cascade's section count (dsp/ChainShape.h);
+// StageTables.cpp checks its entries against it.
 inline constexpr int kPreSections = veltrax::chain::kCascades[veltrax::chain::kPre].sections;
 inline constexpr int kPostSections = veltrax::chain::kCascades[veltrax::chain::kPost].sections;
 inline constexpr int kPowerSections = veltrax::chain::kCascades[veltrax::chain::kPower].sections;

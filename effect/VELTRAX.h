@@ -141,7 +141,8 @@ class VELTRAX : public Q_TypeBase {
   veltrax::Engine engine = veltrax::Engine::fast;
 
   // The members sized by the chain's shape hold exactly that shape.
-  static_assert(sizeof(stageFilterCount) / sizeof(stageFilterCount[0]) == veltrax::chain::kCascadeCount);
+  static_assert(sizeof(stageFilterCount) / sizeof(stageFilterCount[0]) ==
+                veltrax::chain::kCascadeCount);
   static_assert(sizeof(stageFilters) / sizeof(stageFilters[0]) == veltrax::chain::kCascadeCount);
   static_assert(sizeof(toneTapers) / sizeof(toneTapers[0]) == kToneTaperCount);
 };

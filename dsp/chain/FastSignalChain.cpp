@@ -70,9 +70,10 @@ void overrideKernel(Kernel kernel) { kernelOverride.store(kernel, std::memory_or
 
 }  // namespace veltrax::fast
 
-// The kernels know only the biquad recursion and the chain's cascade sizes;
+// The kernels know only the biquad recursion and the chain's lane layout;
 // any other build of the chain runs the plain loop.
 bool VELTRAX::fastChainApplies() const {
+  if (!chain::kFastLayoutFits) return false;
   for (int c = 0; c < chain::kCascadeCount; ++c) {
     if (stageFilterCount[c] != chain::kCascades[c].sections) return false;
     for (int32_t i = 0; i < stageFilterCount[c]; ++i)
@@ -81,7 +82,8 @@ bool VELTRAX::fastChainApplies() const {
   return true;
 }
 
-void VELTRAX::runSignalChainFast(const double* in, double* out, int32_t n, const ControlRamps& ramps) {
+void VELTRAX::runSignalChainFast(const double* in, double* out, int32_t n,
+                                 const ControlRamps& ramps) {
   static const fast::Kernel best = bestKernel();
   const fast::Kernel forced = kernelOverride.load(std::memory_order_relaxed);
   const fast::Kernel kernel = forced ? forced : best;

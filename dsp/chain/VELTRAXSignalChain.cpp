@@ -72,8 +72,9 @@ void VELTRAX::applyKnobChanges(int32_t n) {
                     evaluateTaper(*toneTapers[kTonePeakingGain], tone), filterSampleRate);
     stageFilters[kPower][veltrax::chain::kTonePeakingSection]->ipFDexcute(&peaking, n);
     // Its first-order high shelf at 12 kHz.
-    filterPrm_tag shelf = stageDesign(kHighShelf1, 12000.0, 1.0,
-                                      evaluateTaper(*toneTapers[kToneShelfGain], tone), filterSampleRate);
+    filterPrm_tag shelf =
+        stageDesign(kHighShelf1, 12000.0, 1.0, evaluateTaper(*toneTapers[kToneShelfGain], tone),
+                    filterSampleRate);
     stageFilters[kPower][veltrax::chain::kToneShelfSection]->ipFDexcute(&shelf, n);
   }
 }
@@ -153,7 +154,7 @@ void VELTRAX::runSignalChain(const double* in, double* out, int32_t n, const Con
       h = h * 800.0;
       for (int32_t s = 0; s < stageFilterCount[kPost]; ++s) post[s]->iirProcessing(&h);
       h = h > 1.0 ? 1.0 : (h > -1.0 ? h : -1.0);  // NaN takes -1
-      const double w = clip.lookup(h);           // tanh(16 h)
+      const double w = clip.lookup(h);            // tanh(16 h)
       const double z = oversamplingStep(osDownState, osFeedback, osFeedforward, w);
       if (pass == 0) z0 = z;
     }
