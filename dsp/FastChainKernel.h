@@ -56,18 +56,12 @@ using veltrax::fast::PostSection;
 using veltrax::fast::SectionBank;
 using veltrax::fast::SwitchPath;
 
-using veltrax::chain::kDecimateLag;
-using veltrax::chain::kGlidingCount;
-using veltrax::chain::kGlidingLanes;
-using veltrax::chain::kInterpolateLag;
-using veltrax::chain::kOutputLag;
-using veltrax::chain::kPowerLane;
-using veltrax::chain::kShapeLag;
+namespace chain = veltrax::chain;
 
 // The kernel is written for the chain's lane layout; the effect runs it only
-// while veltrax::chain::kFastLayoutFits (pipeline A split at its halves, two
+// while chain::kFastLayoutFits (pipeline A split at its halves, two
 // post sections, four sub-samples).
-static_assert(veltrax::chain::kLanes == 8, "the pipelines are eight lanes wide");
+static_assert(chain::kLanes == 8, "the pipelines are eight lanes wide");
 
 // ---------------------------------------------------------------------------
 // Cascades as skewed eight-lane pipelines.
@@ -121,7 +115,7 @@ struct Pipeline8 {
   }
 };
 
-// Pipeline A's coefficients. The tone sections (lanes kGlidingLanes) glide:
+// Pipeline A's coefficients. The tone sections (lanes chain::kGlidingLanes) glide:
 // sample j of the block uses ipDelta*t + ipStart with t = ipPos + j while
 // t <= ipLen, and for the rest of the block the set in force after the glide.
 struct Glide {
@@ -139,9 +133,9 @@ struct Glide {
     for (int i = 0; i < 5; ++i) start.c[i] = delta.c[i] = zero;
     pos0 = zero;
     len = Lanes8::splat(-__builtin_inf());
-    for (int g = 0; g < kGlidingCount; ++g) {
+    for (int g = 0; g < chain::kGlidingCount; ++g) {
       const GlideState& f = glides[g];
-      const int lane = kGlidingLanes[g];
+      const int lane = chain::kGlidingLanes[g];
       if (f.ipPos <= f.ipLen) {
         active = true;
         // Once the glide has ended inside the block, the section runs with
@@ -341,8 +335,8 @@ struct Engine {
   Ramp volume, sustain, tone;
 
   Engine(ChainState& st, const Block& block) : b(block), n(block.n) {
-    a.load(st.a, Lanes8::load(veltrax::chain::kBankALags));
-    r.load(st.b, Lanes8::load(veltrax::chain::kBankBLags));
+    a.load(st.a, Lanes8::load(chain::kBankALags));
+    r.load(st.b, Lanes8::load(chain::kBankBLags));
     glide.load(a.k, st.glide, a.lag);
     clipper.os.load(st.osFeedback, st.osFeedforward);
     clipper.up.load(st.osUp);
@@ -361,7 +355,8 @@ struct Engine {
   void store(ChainState& st) const {
     a.store(st.a);
     r.store(st.b);
-    for (int g = 0; g < kGlidingCount; ++g) Glide::finish(st.glide[g], st.a, kGlidingLanes[g], b.n);
+    for (int g = 0; g < chain::kGlidingCount; ++g)
+      Glide::finish(st.glide[g], st.a, chain::kGlidingLanes[g], b.n);
     clipper.up.store(st.osUp);
     clipper.down.store(st.osDown);
     clipper.post0.store(st.post[0]);
@@ -373,11 +368,11 @@ struct Engine {
   template <bool Edge, bool Gliding, SwitchPath Path, bool Flat>
   FAST_INLINE void step(int s) {
     // What the previous step left for this one.
-    const double preOut = a.y[kPowerLane - 1], powerOut = a.y[7], reviseOut = r.y[7];
+    const double preOut = a.y[chain::kPowerLane - 1], powerOut = a.y[7], reviseOut = r.y[7];
     const double tonedIn = toned;
 
     // Output: volume and output level on the effect path, or the dry input.
-    const int o = s - kOutputLag;
+    const int o = s - chain::kOutputLag;
     if (Path != SwitchPath::dry && (!Edge || inBlock(o))) {
       const double wet = (volume.at<Flat>(o) * reviseOut) * b.outputLevel;
       if (Path == SwitchPath::wet) {
@@ -394,25 +389,25 @@ struct Engine {
     a.advance<Edge>(shiftIn(a.y, x, tonedIn), Gliding ? glide.at(s) : glide.after, s, n);
 
     // Decimation and tone level.
-    const int jd = s - kDecimateLag;
+    const int jd = s - chain::kDecimateLag;
     if (!Edge || inBlock(jd))
       toned = clipper.decimate(shaped) * tone.at<Flat>(jd);
 
     // Shaper.
-    if (!Edge || inBlock(s - kShapeLag))
+    if (!Edge || inBlock(s - chain::kShapeLag))
       for (int pass = 0; pass < 4; ++pass) shaped[pass] = clipper.shape(interpolated[pass]);
 
     // Drive and interpolation.
-    const int ji = s - kInterpolateLag;
+    const int ji = s - chain::kInterpolateLag;
     if (!Edge || inBlock(ji))
       clipper.interpolate(preOut * sustain.at<Flat>(ji), interpolated);
   }
 
   template <bool Gliding, SwitchPath Path, bool Flat>
   FAST_INLINE void runSteps() {
-    const int steps = b.n + kOutputLag;
+    const int steps = b.n + chain::kOutputLag;
     int s = 0;
-    for (; s < kOutputLag; ++s) step<true, Gliding, Path, Flat>(s);
+    for (; s < chain::kOutputLag; ++s) step<true, Gliding, Path, Flat>(s);
     for (; s < b.n; ++s) step<false, Gliding, Path, Flat>(s);
     for (; s < steps; ++s) step<true, Gliding, Path, Flat>(s);
   }
