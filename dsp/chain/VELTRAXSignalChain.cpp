@@ -160,10 +160,12 @@ void VELTRAX::runSignalChain(const double* in, double* out, int32_t n, const Con
     }
 
     double t = z0 * (k * r.dTone + r.toneStart);  // tone level
-    power[0]->iirProcessing(&t);
-    power[1]->iirProcessing(&t);
-    power[veltrax::chain::kTonePeakingSection]->ipIirProcessing(&t);  // glides after a tone change
-    power[veltrax::chain::kToneShelfSection]->ipIirProcessing(&t);    // likewise
+    for (int32_t s = 0; s < stageFilterCount[kPower]; ++s) {
+      if (s == veltrax::chain::kTonePeakingSection || s == veltrax::chain::kToneShelfSection)
+        power[s]->ipIirProcessing(&t);  // the tone sections glide after a tone change
+      else
+        power[s]->iirProcessing(&t);
+    }
     for (int32_t s = 0; s < stageFilterCount[kRevise]; ++s) revise[s]->iirProcessing(&t);
 
     if (pathFlags[i] == 1.0f)
