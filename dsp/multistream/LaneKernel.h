@@ -6,22 +6,23 @@
 //
 // Every lane performs exactly the scalar operations of the plain per-sample
 // loop, in the same order, with no term left out, so every value is the plain
-// loop's to the bit. Only the schedule differs: a step s runs every stage
-// once, each on its own sample, reading what the stage before it produced in
-// the previous step, so the stages of one step do not wait for each other
-// (each stage owns its state alone, so this changes no value):
+// loop's to the bit. Only the schedule differs. The sections and their
+// counts come from the chain's description (dsp/ChainShape.h). A block runs in
+// chunks of samples, each chunk in three passes:
 //
-//   stage                                              sample at step s
-//   pre cascade section k (k = 0..3)                   s - k
-//   drive and 4x interpolation                         s - 4
-//   first clamp, x800, post section 0                  s - 5
-//   post section 1, second clamp, tanh table           s - 6
-//   decimation and tone level                          s - 7
-//   power (k = 0..3) and revise (k = 4..11) section k  s - 8 - k
-//   volume, output level and the switch                s - 20
+//   front    a software pipeline: at step s pre section k works on sample
+//            s - k, drive and interpolation on s - (pre sections), the first
+//            clamp, x800 and post section 0 on the sample after that
+//   shaper   sample by sample: the other post sections, second clamp, table
+//   back     a software pipeline: decimation, tone level and the first group
+//            of three power/revise sections on sample s, group g on s - g,
+//            volume, output level and the switch after the last group
 //
-// Samples [from, to) take to - from + 20 steps; in the first and last 20 some
-// stages have no sample and leave their state alone (edge steps).
+// In a pipeline every stage reads what the stage before it produced in the
+// previous step, so the stages of a step do not wait for each other; each
+// stage owns its state alone, so this changes no value. The first and last
+// steps of a pass are edge steps, in which stages without a sample leave
+// their state alone.
 #include <cstddef>
 
 #include "dsp/multistream/LaneState.h"
@@ -30,12 +31,16 @@
 
 namespace {
 
-using veltrax::multistream::kGlidingFirst;
 using veltrax::multistream::kMaxLanes;
+using veltrax::multistream::kPostCount;
 using veltrax::multistream::kPostFirst;
+using veltrax::multistream::kPowerCount;
 using veltrax::multistream::kPowerFirst;
+using veltrax::multistream::kPreCount;
 using veltrax::multistream::kPreFirst;
+using veltrax::multistream::kReviseCount;
 using veltrax::multistream::kReviseFirst;
+namespace chain = veltrax::chain;
 using veltrax::multistream::LaneBlock;
 using veltrax::multistream::LaneState;
 
@@ -173,18 +178,26 @@ struct Glide {
 };
 
 constexpr int kChunk = 128;  // samples per pass of each half; the buffer between them: 16 KiB
-constexpr int kDriveLag = 4, kPost0Lag = 5, kFrontSteps = kPost0Lag + 1;
-constexpr int kCascadeSections = 12;  // power 0..3, revise 0..7
+constexpr int kOversampling = chain::kOversampling;
+constexpr int kDriveLag = kPreCount, kPost0Lag = kDriveLag + 1, kFrontSteps = kPost0Lag + 1;
+constexpr int kCascadeSections = kPowerCount + kReviseCount;  // the power cascade, then revise
 // The cascade runs in groups of three sections one sample apart: fewer values
 // carried from step to step (registers) against a chain of three sections
 // per step (latency).
-constexpr int kGroup = 3, kGroups = kCascadeSections / kGroup;
+constexpr int kGroup = 3, kGroups = (kCascadeSections + kGroup - 1) / kGroup;
 constexpr int kOutputLag = kGroups, kBackSteps = kOutputLag + 1;
+
+// Which glide a section of the combined power-and-revise cascade follows (-1: none).
+constexpr int glideOf(int k) {
+  for (int g = 0; g < chain::kGlidingCount; ++g)
+    if (k == chain::kGlidingSections[g]) return g;
+  return -1;
+}
 
 struct Kernel {
   const LaneBlock& b;
-  Section pre[4], cascade[kCascadeSections], post[2];  // cascade[2], [3]: the gliding pair
-  Glide glide[2];
+  Section pre[kPreCount], cascade[kCascadeSections], post[kPostCount];
+  Glide glide[chain::kGlidingCount];
   OversamplingRow up, down;
   V f[6], c[5];
   V dVolume, dSustain, dTone, volumeStart, sustainStart, toneStart, outputLevel;
@@ -193,17 +206,16 @@ struct Kernel {
   int from = 0, to = 0;  // the chunk the halves work on
 
   // What each stage produced in the last step.
-  V preOut[4], upOut[4], groupOut[kGroups];
-  alignas(64) V shaped[kChunk][4];  // front half -> shaper -> back half
+  V preOut[kPreCount], upOut[kOversampling], groupOut[kGroups];
+  alignas(64) V shaped[kChunk][kOversampling];  // front half -> shaper -> back half
   // The chunk's input, gains, paths (1.0: effect) and output, lane by lane.
   alignas(64) V in[kChunk], gains[kChunk], wet[kChunk], out[kChunk];
 
   Kernel(const LaneState& st, const LaneBlock& block) : b(block) {
-    for (int i = 0; i < 4; ++i) pre[i].load(st, kPreFirst + i);
-    for (int i = 0; i < 4; ++i) cascade[i].load(st, kPowerFirst + i);
-    for (int i = 0; i < 8; ++i) cascade[4 + i].load(st, kReviseFirst + i);
-    for (int i = 0; i < 2; ++i) post[i].load(st, kPostFirst + i);
-    for (int g = 0; g < 2; ++g) {
+    for (int i = 0; i < kPreCount; ++i) pre[i].load(st, kPreFirst + i);
+    for (int i = 0; i < kCascadeSections; ++i) cascade[i].load(st, kPowerFirst + i);
+    for (int i = 0; i < kPostCount; ++i) post[i].load(st, kPostFirst + i);
+    for (int g = 0; g < chain::kGlidingCount; ++g) {
       glide[g].load(st, g);
       glide[g].steadySet(steady[g]);
     }
@@ -222,11 +234,10 @@ struct Kernel {
   }
 
   void store(LaneState& st) const {
-    for (int i = 0; i < 4; ++i) pre[i].store(st, kPreFirst + i);
-    for (int i = 0; i < 4; ++i) cascade[i].store(st, kPowerFirst + i);
-    for (int g = 0; g < 2; ++g) glide[g].store(st, g);
-    for (int i = 0; i < 8; ++i) cascade[4 + i].store(st, kReviseFirst + i);
-    for (int i = 0; i < 2; ++i) post[i].store(st, kPostFirst + i);
+    for (int i = 0; i < kPreCount; ++i) pre[i].store(st, kPreFirst + i);
+    for (int i = 0; i < kCascadeSections; ++i) cascade[i].store(st, kPowerFirst + i);
+    for (int g = 0; g < chain::kGlidingCount; ++g) glide[g].store(st, g);
+    for (int i = 0; i < kPostCount; ++i) post[i].store(st, kPostFirst + i);
     up.store(st.osUp);
     down.store(st.osDown);
   }
@@ -254,7 +265,7 @@ struct Kernel {
     if (!Edge || inRange(j0)) {
       const V hi = splat(0.00125), lo = splat(-0.001);
 #pragma GCC unroll 4
-      for (int p = 0; p < 4; ++p) {
+      for (int p = 0; p < kOversampling; ++p) {
         const V y = upOut[p];
         const V h = y > hi ? hi : (y > lo ? y : lo);
         shaped[j0 - from][p] = post[0].run(h * splat(800.0));
@@ -266,13 +277,11 @@ struct Kernel {
     if (!Edge || inRange(ji)) {
       const V u = preOut[3] * (index(ji) * dSustain + sustainStart);
       upOut[0] = up.step(f, c, u);
-      upOut[1] = up.step(f, c, splat(0.0));
-      upOut[2] = up.step(f, c, splat(0.0));
-      upOut[3] = up.step(f, c, splat(0.0));
+      for (int p = 1; p < kOversampling; ++p) upOut[p] = up.step(f, c, splat(0.0));
     }
 
 #pragma GCC unroll 4
-    for (int k = 3; k >= 0; --k) {
+    for (int k = kPreCount - 1; k >= 0; --k) {
       if (Edge && !inRange(s - k)) continue;
       preOut[k] = pre[k].run(k == 0 ? in[s - from] : preOut[k - 1]);
     }
@@ -281,10 +290,8 @@ struct Kernel {
   // Cascade section k on x (the gliding pair by its glide).
   template <bool Gliding>
   LANE_INLINE V runSection(int k, V x) {
-    if (k == 2 || k == 3) {
-      if (Gliding) return glide[k - 2].run(cascade[k], x);
-      return cascade[k].runWith(steady[k - 2], x);
-    }
+    const int g = glideOf(k);
+    if (g >= 0) return Gliding ? glide[g].run(cascade[k], x) : cascade[k].runWith(steady[g], x);
     return cascade[k].run(x);
   }
 
@@ -307,7 +314,8 @@ struct Kernel {
       if (Edge && !inRange(s - g)) continue;
       V x = groupOut[g - 1];
 #pragma GCC unroll 3
-      for (int k = g * kGroup; k < (g + 1) * kGroup; ++k) x = runSection<Gliding>(k, x);
+      for (int i = 0; i < kGroup; ++i)
+        if (g * kGroup + i < kCascadeSections) x = runSection<Gliding>(g * kGroup + i, x);
       groupOut[g] = x;
     }
 
@@ -315,12 +323,10 @@ struct Kernel {
     if (!Edge || inRange(s)) {
       const V* w = shaped[s - from];
       const V z0 = down.step(f, c, w[0]);
-      down.step(f, c, w[1]);
-      down.step(f, c, w[2]);
-      down.step(f, c, w[3]);
+      for (int p = 1; p < kOversampling; ++p) down.step(f, c, w[p]);
       V x = z0 * (index(s) * dTone + toneStart);
 #pragma GCC unroll 3
-      for (int k = 0; k < kGroup; ++k) x = runSection<Gliding>(k, x);
+      for (int k = 0; k < kGroup && k < kCascadeSections; ++k) x = runSection<Gliding>(k, x);
       groupOut[0] = x;
     }
   }
@@ -356,14 +362,15 @@ struct Kernel {
   }
 
   // The shaper's second half, sample by sample over the chunk, in place in
-  // `shaped`: post section 1, clamp to -1 .. 1 (NaN: -1), tanh(16 h) from
-  // the table.
+  // `shaped`: the post sections after the first, clamp to -1 .. 1 (NaN: -1),
+  // tanh(16 h) from the table.
   void shapeChunk() {
     const V one = splat(1.0), minusOne = splat(-1.0);
     for (int j = 0; j < to - from; ++j) {
 #pragma GCC unroll 4
-      for (int p = 0; p < 4; ++p) {
-        V h = post[1].run(shaped[j][p]);
+      for (int p = 0; p < kOversampling; ++p) {
+        V h = shaped[j][p];
+        for (int k = 1; k < kPostCount; ++k) h = post[k].run(h);
         h = h > one ? one : (h > minusOne ? h : minusOne);
         shaped[j][p] = lookup(h);
       }

@@ -9,24 +9,35 @@
 
 #include <cstdint>
 
+#include "dsp/ChainShape.h"
+
 namespace veltrax::multistream {
 
 constexpr int kMaxLanes = 8;
 
-// The chain's sections in the order a sample meets them: pre cascade 0..3,
-// power cascade 4..7 (6 and 7 glide after a tone change), revise cascade
-// 8..15, and the post cascade 16, 17 inside the oversampled clipping section.
-constexpr int kPreFirst = 0, kPowerFirst = 4, kReviseFirst = 8, kPostFirst = 16;
-constexpr int kSections = 18;
-constexpr int kGlidingFirst = kPowerFirst + 2;  // power sections 2 and 3
+// The chain's sections in the order a sample meets them, counted from the
+// chain's description: the pre cascade, the power cascade (whose tone
+// sections glide), the revise cascade, then the post cascade, which runs
+// inside the oversampled clipping section.
+namespace chain = veltrax::chain;
+constexpr int kPreCount = chain::kCascades[chain::kPre].sections;
+constexpr int kPowerCount = chain::kCascades[chain::kPower].sections;
+constexpr int kReviseCount = chain::kCascades[chain::kRevise].sections;
+constexpr int kPostCount = chain::kCascades[chain::kPost].sections;
+constexpr int kPreFirst = 0;
+constexpr int kPowerFirst = kPreFirst + kPreCount;
+constexpr int kReviseFirst = kPowerFirst + kPowerCount;
+constexpr int kPostFirst = kReviseFirst + kReviseCount;
+constexpr int kSections = kPostFirst + kPostCount;
+constexpr int kFirstOf[chain::kCascadeCount] = {kPreFirst, kPostFirst, kPowerFirst, kReviseFirst};
 
 struct LaneState {
   double coef[kSections][5][kMaxLanes];  // -a1, -a2, b0, b1, b2
   double z1[kSections][kMaxLanes], z2[kSections][kMaxLanes];
-  // Glides of the two gliding power sections: coefficients ipDelta*t + ipStart
+  // Glides of the gliding power sections: coefficients ipDelta*t + ipStart
   // at t = ipPos, advanced per sample until t reaches ipLen.
-  double ipStart[2][5][kMaxLanes], ipDelta[2][5][kMaxLanes];
-  double ipPos[2][kMaxLanes], ipLen[2][kMaxLanes];
+  double ipStart[chain::kGlidingCount][5][kMaxLanes], ipDelta[chain::kGlidingCount][5][kMaxLanes];
+  double ipPos[chain::kGlidingCount][kMaxLanes], ipLen[chain::kGlidingCount][kMaxLanes];
   double osUp[6][kMaxLanes], osDown[6][kMaxLanes];  // oversampling filter rows s0..s5
   // All streams of a batch run at one rate, so they share one coefficient set.
   double osFeedback[5];     // c1 .. c5

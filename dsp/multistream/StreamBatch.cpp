@@ -11,6 +11,7 @@
 #include <cstring>
 #include <thread>
 
+#include "dsp/CpuFeatures.h"
 #include "dsp/FastChainState.h"
 #include "dsp/FlushToZero.h"
 #include "effect/VELTRAX.h"
@@ -19,9 +20,8 @@ namespace veltrax::multistream {
 
 namespace {
 
-// Bank A lanes 0..7 are the pre and power cascades, bank B the revise cascade.
-constexpr int kBankASection[8] = {kPreFirst,   kPreFirst + 1,   kPreFirst + 2,   kPreFirst + 3,
-                                  kPowerFirst, kPowerFirst + 1, kPowerFirst + 2, kPowerFirst + 3};
+// The lane-state index of the section in a lane of the fast record's banks.
+constexpr int sectionOf(chain::LaneSlot slot) { return kFirstOf[slot.cascade] + slot.section; }
 
 void toLane(const fast::SectionBank& bank, int bankLane, LaneState& st, int section, int lane) {
   for (int i = 0; i < 5; ++i) st.coef[section][i][lane] = bank.coef[i][bankLane];
@@ -40,11 +40,8 @@ int supportedKernels(KernelChoice* choices, int capacity) {
   KernelChoice all[3];
   int count = 0;
 #if defined(__x86_64__)
-  __builtin_cpu_init();
-  if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
-      __builtin_cpu_supports("avx512dq"))
-    all[count++] = {"avx512", runLanesAvx512, 8};
-  if (__builtin_cpu_supports("avx2")) all[count++] = {"avx2", runLanesAvx2, 4};
+  if (cpuHasAvx512()) all[count++] = {"avx512", runLanesAvx512, 8};
+  if (cpuHasAvx2()) all[count++] = {"avx2", runLanesAvx2, 4};
 #endif
   all[count++] = {"plain", nullptr, kMaxLanes};
   for (int i = 0; i < count && i < capacity; ++i) choices[i] = all[i];
@@ -91,51 +88,54 @@ void StreamBatch::processBlock(const double* const* in, double* const* out, cons
   runLanes(in, out, n);
 }
 
-void StreamBatch::loadLane(int lane, const fast::ChainState& chain) {
+void StreamBatch::loadLane(int lane, const fast::ChainState& record) {
   LaneState& st = *state_;
-  for (int k = 0; k < 8; ++k) {
-    toLane(chain.a, k, st, kBankASection[k], lane);
-    toLane(chain.b, k, st, kReviseFirst + k, lane);
+  for (int k = 0; k < chain::kLanes; ++k) {
+    toLane(record.a, k, st, sectionOf(chain::kBankA[k]), lane);
+    toLane(record.b, k, st, sectionOf(chain::kBankB[k]), lane);
   }
-  for (int g = 0; g < 2; ++g) {
+  for (int g = 0; g < chain::kGlidingCount; ++g) {
     for (int i = 0; i < 5; ++i) {
-      st.ipStart[g][i][lane] = chain.glide[g].ipStart[i];
-      st.ipDelta[g][i][lane] = chain.glide[g].ipDelta[i];
+      st.ipStart[g][i][lane] = record.glide[g].ipStart[i];
+      st.ipDelta[g][i][lane] = record.glide[g].ipDelta[i];
     }
-    st.ipPos[g][lane] = chain.glide[g].ipPos;
-    st.ipLen[g][lane] = chain.glide[g].ipLen;
-    const fast::PostSection& post = chain.post[g];
-    for (int i = 0; i < 5; ++i) st.coef[kPostFirst + g][i][lane] = post.coef[i];
-    st.z1[kPostFirst + g][lane] = post.z1;
-    st.z2[kPostFirst + g][lane] = post.z2;
+    st.ipPos[g][lane] = record.glide[g].ipPos;
+    st.ipLen[g][lane] = record.glide[g].ipLen;
+  }
+  for (int p = 0; p < kPostCount; ++p) {
+    for (int i = 0; i < 5; ++i) st.coef[kPostFirst + p][i][lane] = record.post[p].coef[i];
+    st.z1[kPostFirst + p][lane] = record.post[p].z1;
+    st.z2[kPostFirst + p][lane] = record.post[p].z2;
   }
   for (int i = 0; i < 6; ++i) {
-    st.osUp[i][lane] = chain.osUp[i];
-    st.osDown[i][lane] = chain.osDown[i];
+    st.osUp[i][lane] = record.osUp[i];
+    st.osDown[i][lane] = record.osDown[i];
   }
   // One rate for the whole batch, so every lane brings the same set.
-  std::memcpy(st.osFeedback, chain.osFeedback, sizeof st.osFeedback);
-  std::memcpy(st.osFeedforward, chain.osFeedforward, sizeof st.osFeedforward);
+  std::memcpy(st.osFeedback, record.osFeedback, sizeof st.osFeedback);
+  std::memcpy(st.osFeedforward, record.osFeedforward, sizeof st.osFeedforward);
 }
 
-void StreamBatch::saveLane(int lane, fast::ChainState& chain) const {
+void StreamBatch::saveLane(int lane, fast::ChainState& record) const {
   const LaneState& st = *state_;
-  for (int k = 0; k < 8; ++k) {
-    fromLane(st, kBankASection[k], lane, chain.a, k);
-    fromLane(st, kReviseFirst + k, lane, chain.b, k);
+  for (int k = 0; k < chain::kLanes; ++k) {
+    fromLane(st, sectionOf(chain::kBankA[k]), lane, record.a, k);
+    fromLane(st, sectionOf(chain::kBankB[k]), lane, record.b, k);
   }
-  for (int g = 0; g < 2; ++g) {
+  for (int g = 0; g < chain::kGlidingCount; ++g) {
     for (int i = 0; i < 5; ++i) {
-      chain.glide[g].ipStart[i] = st.ipStart[g][i][lane];
-      chain.glide[g].ipDelta[i] = st.ipDelta[g][i][lane];
+      record.glide[g].ipStart[i] = st.ipStart[g][i][lane];
+      record.glide[g].ipDelta[i] = st.ipDelta[g][i][lane];
     }
-    chain.glide[g].ipPos = st.ipPos[g][lane];
-    chain.post[g].z1 = st.z1[kPostFirst + g][lane];
-    chain.post[g].z2 = st.z2[kPostFirst + g][lane];
+    record.glide[g].ipPos = st.ipPos[g][lane];
+  }
+  for (int p = 0; p < kPostCount; ++p) {
+    record.post[p].z1 = st.z1[kPostFirst + p][lane];
+    record.post[p].z2 = st.z2[kPostFirst + p][lane];
   }
   for (int i = 0; i < 6; ++i) {
-    chain.osUp[i] = st.osUp[i][lane];
-    chain.osDown[i] = st.osDown[i][lane];
+    record.osUp[i] = st.osUp[i][lane];
+    record.osDown[i] = st.osDown[i][lane];
   }
 }
 
@@ -165,7 +165,7 @@ void StreamBatch::runLanes(const double* const* in, double* const* out, const in
     block.out[lane] = out[lane];
     block.gains[lane] = described.gains;
     block.pathFlags[lane] = described.pathFlags;
-    block.dVolume[lane] = ramps[lane].dVolume;
+    block.dVolume[lane] = ramps[lane].dVolume;  // the same ramps describeBlock copies
     block.dSustain[lane] = ramps[lane].dSustain;
     block.dTone[lane] = ramps[lane].dTone;
     block.volumeStart[lane] = ramps[lane].volumeStart;
