@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <functional>
 #include <thread>
 
 #include "dsp/CpuFeatures.h"
@@ -195,56 +196,82 @@ void StreamBatch::runLanes(const double* const* in, double* const* out, const in
   }
 }
 
+namespace {
+
+// One lane of a render: the stream it works on and how far it got.
+struct LaneProgress {
+  StreamJob* job = nullptr;
+  size_t done = 0;
+  bool prerolling = false;
+};
+
+// Runs streams through one batch until none is left.
+void renderOnOneBatch(StreamJob* jobs, size_t count, std::atomic<size_t>& next, float sampleRate,
+                      int32_t blockSize, KernelChoice kernel) {
+  StreamBatch batch(sampleRate, kernel);
+  const size_t lanes = static_cast<size_t>(batch.lanes());
+  std::vector<LaneProgress> progress(lanes);
+  std::vector<const double*> in(lanes);
+  std::vector<double*> out(lanes);
+  std::vector<int32_t> n(lanes);
+  const std::vector<double> silence(static_cast<size_t>(blockSize), 0.0);
+  std::vector<double> dropped(static_cast<size_t>(blockSize) * lanes);
+  for (;;) {
+    bool any = false;
+    for (size_t l = 0; l < lanes; ++l) {
+      LaneProgress& p = progress[l];
+      while (!p.job) {  // a free lane takes the next stream (empty ones end at once)
+        const size_t index = next.fetch_add(1);
+        if (index >= count) break;
+        if (jobs[index].frames == 0) continue;
+        p = {&jobs[index], 0, jobs[index].preroll};
+        batch.startStream(static_cast<int>(l), jobs[index].knobs);
+      }
+      n[l] = 0;
+      if (!p.job) continue;
+      any = true;
+      if (p.prerolling) {
+        n[l] = blockSize;
+        in[l] = silence.data();
+        out[l] = dropped.data() + l * static_cast<size_t>(blockSize);
+        continue;
+      }
+      n[l] = static_cast<int32_t>(
+          std::min<size_t>(p.job->frames - p.done, static_cast<size_t>(blockSize)));
+      in[l] = p.job->in + p.done;
+      out[l] = p.job->out + p.done;
+    }
+    if (!any) return;
+    batch.processBlock(in.data(), out.data(), n.data());
+    for (LaneProgress& p : progress) {
+      if (!p.job) continue;
+      if (p.prerolling) {
+        p.prerolling = false;
+        continue;
+      }
+      p.done += static_cast<size_t>(n[&p - progress.data()]);
+      if (p.done == p.job->frames) p.job = nullptr;
+    }
+  }
+}
+
+}  // namespace
+
 void renderStreams(StreamJob* jobs, size_t count, float sampleRate, int32_t blockSize, int threads,
                    KernelChoice kernel) {
   if (count == 0 || blockSize <= 0) return;
   std::atomic<size_t> next{0};
-  auto worker = [&] {
-    StreamBatch batch(sampleRate, kernel);
-    const int lanes = batch.lanes();
-    std::vector<StreamJob*> running(static_cast<size_t>(lanes), nullptr);
-    std::vector<size_t> done(static_cast<size_t>(lanes), 0);
-    std::vector<const double*> in(static_cast<size_t>(lanes));
-    std::vector<double*> out(static_cast<size_t>(lanes));
-    std::vector<int32_t> n(static_cast<size_t>(lanes));
-    for (;;) {
-      bool any = false;
-      for (int lane = 0; lane < lanes; ++lane) {
-        const size_t l = static_cast<size_t>(lane);
-        while (!running[l]) {  // a free lane takes the next stream (empty ones end at once)
-          const size_t index = next.fetch_add(1);
-          if (index >= count) break;
-          if (jobs[index].frames == 0) continue;
-          running[l] = &jobs[index];
-          done[l] = 0;
-          batch.startStream(lane, jobs[index].knobs);
-        }
-        n[l] = 0;
-        if (!running[l]) continue;
-        const size_t left = running[l]->frames - done[l];
-        n[l] = static_cast<int32_t>(std::min<size_t>(left, static_cast<size_t>(blockSize)));
-        in[l] = running[l]->in + done[l];
-        out[l] = running[l]->out + done[l];
-        any = true;
-      }
-      if (!any) break;
-      batch.processBlock(in.data(), out.data(), n.data());
-      for (size_t l = 0; l < static_cast<size_t>(lanes); ++l) {
-        if (!running[l]) continue;
-        done[l] += static_cast<size_t>(n[l]);
-        if (done[l] == running[l]->frames) running[l] = nullptr;
-      }
-    }
-  };
-  // No more threads than there are full batches of streams: a half-empty
-  // batch costs as much as a full one.
-  const size_t batches =
-      (count + static_cast<size_t>(kernel.lanes) - 1) / static_cast<size_t>(kernel.lanes);
-  const int pool = std::max(
-      1, static_cast<int>(std::min<size_t>(static_cast<size_t>(std::max(threads, 1)), batches)));
+  // No more threads than full batches of streams: a half-empty batch costs
+  // as much as a full one.
+  const size_t lanes = static_cast<size_t>(kernel.lanes);
+  const size_t batches = (count + lanes - 1) / lanes;
+  const size_t pool =
+      std::max<size_t>(1, std::min(static_cast<size_t>(std::max(threads, 1)), batches));
   std::vector<std::thread> helpers;
-  for (int t = 1; t < pool; ++t) helpers.emplace_back(worker);
-  worker();
+  for (size_t t = 1; t < pool; ++t)
+    helpers.emplace_back(renderOnOneBatch, jobs, count, std::ref(next), sampleRate, blockSize,
+                         kernel);
+  renderOnOneBatch(jobs, count, next, sampleRate, blockSize, kernel);
   for (std::thread& t : helpers) t.join();
 }
 

@@ -71,17 +71,20 @@ class StreamBatch {
 };
 
 // One stream of a whole-signal render: `frames` samples of `in` into `out`
-// (may alias), with steady knobs.
+// (may alias), with steady knobs; with `preroll` the instance first runs one
+// block of silence whose output is dropped (the On/Off switch and the ramps
+// settle before the first sample).
 struct StreamJob {
   const double* in;
   double* out;
   size_t frames;
   Knobs knobs;
+  bool preroll = false;
 };
 
 // Renders every job in blocks of `blockSize` samples, streams taking free
-// lanes as earlier ones end, on `threads` threads (each with its own batch).
-// Every output equals what one instance gives for the same blocks.
+// lanes as earlier ones end, on up to `threads` threads (each with its own
+// batch). Every output equals what one instance gives for the same blocks.
 void renderStreams(StreamJob* jobs, size_t count, float sampleRate, int32_t blockSize, int threads,
                    KernelChoice kernel = bestKernel());
 
