@@ -10,6 +10,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libsndfile1-dev libcli11-dev python3 python3-matplotlib
   lv2-dev sordi liblilv-dev lilv-utils valgrind
+  python3-pybind11 pybind11-dev python3-dev python3-numpy python3-pytest python3-hypothesis python3-distributed
   "$@"
 )
 
