@@ -15,6 +15,9 @@
 
 #include "dsp/multistream/StreamBatch.h"
 #include "effect/VELTRAX.h"
+#include "host/audio/RenderFile.h"
+#include "host/common/HostError.h"
+#include "host/plugin/ModuleLibrary.h"
 #include "presets/NamedPresets.h"
 
 namespace py = pybind11;
@@ -169,6 +172,32 @@ std::vector<py::array> processBatch(const std::vector<py::array>& arrays, double
   return outs;
 }
 
+// One file through the plug-in module at `modulePath` with the command-line
+// host's file code (atomic output, never over the input).
+py::dict renderFile(const std::string& modulePath, const std::string& input,
+                    const std::string& output, std::tuple<float, float, float, bool> knobs,
+                    int blockSize, bool force) {
+  checkBlockSize(blockSize);
+  veltrax::host::RenderRequest request;
+  request.input = input;
+  request.output = output;
+  const auto [sustain, tone, volume, on] = knobs;
+  request.knobs = veltrax::host::KnobSettings{on, volume, tone, sustain};
+  request.blockSize = blockSize;
+  request.force = force;
+  veltrax::host::RenderReport report;
+  {
+    py::gil_scoped_release released;
+    report = veltrax::host::renderFile(veltrax::host::ModuleLibrary::open(modulePath), request);
+  }
+  py::dict result;
+  result["frames"] = report.frames;
+  result["channels"] = report.channels;
+  result["sample_rate"] = report.sampleRate;
+  result["seconds"] = report.seconds;
+  return result;
+}
+
 }  // namespace
 
 PYBIND11_MODULE(_veltrax, m) {
@@ -186,6 +215,10 @@ PYBIND11_MODULE(_veltrax, m) {
 
   m.def("process_batch", &processBatch, py::arg("arrays"), py::arg("sample_rate"), py::arg("knobs"),
         py::arg("threads"), py::arg("block_size"), py::arg("preroll"));
+
+  m.def("render_file", &renderFile, py::arg("module"), py::arg("input"), py::arg("output"),
+        py::arg("knobs"), py::arg("block_size"), py::arg("force"));
+  py::register_exception<veltrax::host::HostError>(m, "RenderError", PyExc_RuntimeError);
 
   py::dict presets;
   for (const veltrax::NamedPreset& p : veltrax::kNamedPresets)

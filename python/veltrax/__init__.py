@@ -12,10 +12,11 @@ Audio is float64 (float32 is converted once), shaped (frames,) or
 
 import math
 import numbers
+import os
 
 from . import _veltrax
 
-__all__ = ["Pedal", "process_batch", "presets", "dial", "KNOBS"]
+__all__ = ["Pedal", "process_batch", "render_file", "render_files", "presets", "dial", "KNOBS"]
 
 KNOBS = ("sustain", "tone", "volume")
 _INDEX = {"sustain": _veltrax.SUSTAIN, "tone": _veltrax.TONE, "volume": _veltrax.VOLUME}
@@ -193,3 +194,64 @@ def process_batch(arrays, sample_rate, settings=None, threads=1, block_size=512,
     knobs = [_knob_values(s, float(scale)) for s in settings]
     return _veltrax.process_batch(arrays, float(sample_rate), knobs, int(threads), int(block_size),
                                   bool(preroll))
+
+
+def _module_path(module=None):
+    """The plug-in module render_file loads: `module`, $VELTRAX_MODULE, or the
+    one next to this package (build tree: <build>/veltrax.so; installed:
+    <prefix>/lib/veltrax/veltrax.so)."""
+    here = os.path.dirname(os.path.abspath(__file__))
+    candidates = [module, os.environ.get("VELTRAX_MODULE"),
+                  os.path.join(here, "..", "..", "veltrax.so"),
+                  os.path.join(here, "..", "..", "..", "veltrax", "veltrax.so")]
+    for path in candidates:
+        if path and os.path.isfile(path):
+            return os.path.normpath(path)
+    raise FileNotFoundError("the plug-in module veltrax.so was not found; pass module= or set "
+                            "VELTRAX_MODULE")
+
+
+def render_file(in_path, out_path, settings=None, block_size=512, force=False, module=None,
+                scale=1):
+    """Render one sound file through the pedal with the command-line host's
+    file code (libsndfile): every channel through its own instance at the
+    file's rate, the output written atomically in the input's format.
+
+    ``settings``: a dict with sustain, tone, volume, on and preset. Raises
+    FileNotFoundError for a missing input, FileExistsError when the output
+    exists (unless ``force``), ValueError when the output is the input.
+    Returns {"frames", "channels", "sample_rate", "seconds"}.
+    """
+    in_path, out_path = os.fspath(in_path), os.fspath(out_path)
+    knobs = _knob_values(settings or {}, float(scale))
+    if not os.path.isfile(in_path):
+        raise FileNotFoundError(f"input {in_path} does not exist")
+    if os.path.exists(out_path) and os.path.samefile(in_path, out_path):
+        raise ValueError(f"refusing to overwrite the input {in_path}")
+    if os.path.exists(out_path) and not force:
+        raise FileExistsError(f"output {out_path} exists (force=True replaces it)")
+    return _veltrax.render_file(_module_path(module), in_path, out_path, knobs, int(block_size),
+                                bool(force))
+
+
+def render_files(inputs, outdir, settings=None, block_size=512, force=False, module=None, scale=1):
+    """Render many files into ``outdir`` (same file names). Existing outputs
+    are skipped unless ``force``, so an interrupted run resumes; one failure
+    does not stop the others. Returns one entry per input:
+    {"input", "output", "status"} with status "rendered", "skipped" or the error.
+    """
+    os.makedirs(outdir, exist_ok=True)
+    results = []
+    for in_path in inputs:
+        out_path = os.path.join(outdir, os.path.basename(os.fspath(in_path)))
+        entry = {"input": os.fspath(in_path), "output": out_path}
+        if os.path.exists(out_path) and not force:
+            entry["status"] = "skipped"
+        else:
+            try:
+                render_file(in_path, out_path, settings, block_size, force, module, scale)
+                entry["status"] = "rendered"
+            except (OSError, ValueError, RuntimeError) as error:
+                entry["status"] = f"failed: {error}"
+        results.append(entry)
+    return results

@@ -1,0 +1,46 @@
+"""Rendering many files across machines with Dask distributed.
+
+    from dask.distributed import Client
+    import veltrax.dask
+    client = Client("scheduler-host:8786")
+    veltrax.dask.render_files(client, inputs, "/shared/out", {"preset": "doom"})
+
+Each file is one task: a worker renders it with ``veltrax.render_file``
+(atomic output), so a worker that dies mid-file leaves nothing behind and
+Dask runs the task again elsewhere; outputs that already exist are skipped,
+so a whole run can simply be started again. Inputs and ``outdir`` must be
+paths every worker can read and write (a shared file system), and every
+worker needs the veltrax package importable (see python/README.md).
+"""
+
+import os
+
+import veltrax
+
+
+def _render_one(in_path, outdir, settings, block_size, force):
+    out_path = os.path.join(outdir, os.path.basename(in_path))
+    if os.path.exists(out_path) and not force:
+        return {"input": in_path, "output": out_path, "status": "skipped"}
+    try:
+        veltrax.render_file(in_path, out_path, settings, block_size, force)
+        status = "rendered"
+    except (OSError, ValueError, RuntimeError) as error:
+        status = f"failed: {error}"
+    return {"input": in_path, "output": out_path, "status": status}
+
+
+def render_files(client, inputs, outdir, settings=None, block_size=512, force=False, retries=3):
+    """Render ``inputs`` into ``outdir`` on the cluster behind ``client``.
+
+    Returns one {"input", "output", "status"} per input, in order; status is
+    "rendered", "skipped" (the output existed) or "failed: <reason>". A task
+    lost with its worker is recomputed by Dask; ``retries`` more attempts
+    cover tasks that raise on a worker.
+    """
+    inputs = [os.path.abspath(os.fspath(p)) for p in inputs]
+    outdir = os.path.abspath(os.fspath(outdir))
+    os.makedirs(outdir, exist_ok=True)
+    futures = client.map(_render_one, inputs, outdir=outdir, settings=settings or {},
+                         block_size=block_size, force=force, pure=False, retries=retries)
+    return client.gather(futures)
