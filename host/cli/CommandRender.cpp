@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "host/audio/RenderFile.h"
+#include "host/audio/RenderSet.h"
 #include "host/cli/Commands.h"
 #include "host/cli/InstallLayout.h"
 #include "host/common/Levels.h"
@@ -45,22 +46,50 @@ KnobSettings knobsFrom(const RenderOptions& options) {
   return knobs;
 }
 
-}  // namespace
+std::optional<SampleType> sampleTypeFrom(const RenderOptions& options) {
+  if (options.subtype.empty()) return std::nullopt;
+  const std::optional<SampleType> type = parseSampleType(options.subtype);
+  if (!type) throw UsageError("unknown --subtype \"" + options.subtype + "\" (float, pcm16 or pcm24)");
+  return type;
+}
 
-int runRender(const RenderOptions& options) {
-  RenderRequest request;
-  request.input = options.input;
-  request.output = options.output;
+// veltrax render -o DIR IN...: the whole set through the multi-stream engine,
+// one progress bar, a summary; exit status 1 when any file failed.
+int runRenderSet(const RenderOptions& options) {
+  RenderSetRequest request;
+  request.inputs = options.files;
+  request.outputDirectory = options.outputDirectory;
   request.knobs = knobsFrom(options);
   request.blockSize = options.blockSize;
   request.force = options.force;
+  request.sampleType = sampleTypeFrom(options);
+  if (options.jobs < 1 || options.jobs > 256) throw UsageError("--jobs must be 1 to 256");
+  request.jobs = options.jobs;
+  const RenderSetReport report = renderSet(request);
+  for (const std::string& failure : report.failures) std::fprintf(stderr, "veltrax: failed: %s\n", failure.c_str());
+  std::printf("%zu files: %zu rendered, %zu skipped (output exists), %zu failed; %.2f s of audio in "
+              "%.2f s (%.1fx real-time)\n",
+              options.files.size(), report.rendered, report.skipped, report.failures.size(),
+              report.audioSeconds, report.wallSeconds,
+              report.wallSeconds > 0 ? report.audioSeconds / report.wallSeconds : 0.0);
+  return report.failures.empty() ? 0 : 1;
+}
+
+}  // namespace
+
+int runRender(const RenderOptions& options) {
   if (options.blockSize < 1 || options.blockSize > (1 << 20))
     throw UsageError("--block must be 1 to 1048576 samples");
-  if (!options.subtype.empty()) {
-    request.sampleType = parseSampleType(options.subtype);
-    if (!request.sampleType)
-      throw UsageError("unknown --subtype \"" + options.subtype + "\" (float, pcm16 or pcm24)");
-  }
+  if (!options.outputDirectory.empty()) return runRenderSet(options);
+  if (options.files.size() != 2)
+    throw UsageError("render takes IN OUT, or -o DIR followed by the input files");
+  RenderRequest request;
+  request.input = options.files[0];
+  request.output = options.files[1];
+  request.knobs = knobsFrom(options);
+  request.blockSize = options.blockSize;
+  request.force = options.force;
+  request.sampleType = sampleTypeFrom(options);
   const auto module = ModuleLibrary::open(locateModule(options.module));
   const RenderReport report = renderFile(module, request);
 
@@ -71,7 +100,7 @@ int runRender(const RenderOptions& options) {
   std::printf(
       "%s -> %s: %.2f s, %d ch, %d Hz, %s; %.2f s (%.1fx real-time, %u thread%s); "
       "peak in %.1f dBFS, out %.1f dBFS%s\n",
-      options.input.c_str(), options.output.c_str(), duration, report.channels, report.sampleRate,
+      request.input.c_str(), request.output.c_str(), duration, report.channels, report.sampleRate,
       describeFormat(report.outputFormat).c_str(), report.seconds,
       report.seconds > 0 ? duration / report.seconds : 0.0, report.threads,
       report.threads == 1 ? "" : "s", toDb(report.inputPeak), toDb(report.outputPeak),

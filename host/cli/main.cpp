@@ -47,11 +47,14 @@ int main(int argc, char** argv) {
   double sustain = 0, tone = 0, volume = 0;
   auto* renderCommand = app.add_subcommand(
       "render", "Render an audio file through the effect (each channel through its own instance).");
-  renderCommand->add_option("IN", render.input, "Input audio file (any format libsndfile reads)")
+  renderCommand
+      ->add_option("FILES", render.files,
+                   "IN OUT: input (any format libsndfile reads) and output file, whose extension "
+                   "picks the format; with -o: the input files")
       ->required();
-  renderCommand->add_option("OUT", render.output,
-                            "Output file; its extension picks the format (.wav, .flac, .aiff, ...)")
-      ->required();
+  renderCommand->add_option("-o,--outdir", render.outputDirectory,
+                            "Render every input into this directory (same file names)");
+  renderCommand->add_option("--jobs", render.jobs, "Threads for -o (default 1)");
   renderCommand->add_option("--preset", render.preset, "Start from a named setting (list below)");
   auto* sustainOption = renderCommand->add_option("--sustain", sustain, "Sustain (drive), 0..1");
   auto* toneOption = renderCommand->add_option("--tone", tone, "Tone, 0..1 (dark to bright)");
@@ -62,7 +65,8 @@ int main(int argc, char** argv) {
   renderCommand->add_option("--block", render.blockSize, "Block length in samples (default 512)");
   renderCommand->add_option("--subtype", render.subtype,
                             "Output sample type: float, pcm16 or pcm24 (default: as the input)");
-  renderCommand->add_flag("--force", render.force, "Replace OUT if it exists");
+  renderCommand->add_flag("--force", render.force,
+                          "Replace OUT if it exists (with -o: render outputs that exist again)");
   addModuleOption(renderCommand, render.module);
   renderCommand->footer(
       presetList() +
@@ -70,7 +74,8 @@ int main(int argc, char** argv) {
       "temporary file next to it and renamed into place only when complete; OUT may not be\n"
       "IN (also through links). Example:\n"
       "  veltrax render guitar.wav fuzz.wav --preset doom\n"
-      "  veltrax render guitar.flac out.wav --sustain 7 --tone 4 --volume 6 --scale 10");
+      "  veltrax render guitar.flac out.wav --sustain 7 --tone 4 --volume 6 --scale 10\n"
+      "  veltrax render -o fuzzed/ takes/*.wav --preset doom --jobs 2");
 
   DemoOptions demo;
   auto* demoCommand = app.add_subcommand(

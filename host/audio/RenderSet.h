@@ -1,0 +1,43 @@
+// Renders a set of audio files into a directory with the multi-stream
+// engine: the channels of several files of one sample rate share a batch of
+// vector lanes, `jobs` threads each work through such groups, reading,
+// processing and writing one chunk at a time (memory stays bounded by the
+// chunk, however long a file is). Outputs are written atomically; existing
+// outputs are skipped unless forced, so an interrupted run resumes; a file
+// that fails does not stop the others.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/audio/OutputFormat.h"
+#include "host/plugin/KnobSettings.h"
+
+namespace veltrax::host {
+
+struct RenderSetRequest {
+  std::vector<std::string> inputs;
+  std::string outputDirectory;
+  KnobSettings knobs;
+  int32_t blockSize = 512;
+  bool force = false;
+  std::optional<SampleType> sampleType;  // default: each input's
+  int jobs = 1;
+};
+
+struct RenderSetReport {
+  size_t rendered = 0, skipped = 0;
+  std::vector<std::string> failures;  // "<input>: <reason>"
+  double audioSeconds = 0.0;          // of the rendered files
+  double wallSeconds = 0.0;
+};
+
+// Output of `input` in `directory`: the same file name.
+std::string outputPathFor(const std::string& directory, const std::string& input);
+
+// Never throws for a single file's failure (it lands in `failures`); throws
+// HostError only when the output directory cannot be created.
+RenderSetReport renderSet(const RenderSetRequest& request);
+
+}  // namespace veltrax::host
