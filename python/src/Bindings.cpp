@@ -16,6 +16,7 @@
 #include "dsp/multistream/StreamBatch.h"
 #include "effect/VELTRAX.h"
 #include "host/audio/RenderFile.h"
+#include "host/audio/RenderSet.h"
 #include "host/common/HostError.h"
 #include "host/plugin/ModuleLibrary.h"
 #include "presets/NamedPresets.h"
@@ -198,6 +199,25 @@ py::dict renderFile(const std::string& modulePath, const std::string& input,
   return result;
 }
 
+// A file set into `directory` with the command-line host's set rendering
+// (the multi-stream engine); returns the failures as "<input>: <reason>".
+std::vector<std::string> renderSet(const std::vector<std::string>& inputs,
+                                   const std::string& directory,
+                                   std::tuple<float, float, float, bool> knobs, int blockSize,
+                                   bool force, int jobs) {
+  checkBlockSize(blockSize);
+  veltrax::host::RenderSetRequest request;
+  request.inputs = inputs;
+  request.outputDirectory = directory;
+  const auto [sustain, tone, volume, on] = knobs;
+  request.knobs = veltrax::host::KnobSettings{on, volume, tone, sustain};
+  request.blockSize = blockSize;
+  request.force = force;
+  request.jobs = jobs;
+  py::gil_scoped_release released;
+  return veltrax::host::renderSet(request).failures;
+}
+
 }  // namespace
 
 PYBIND11_MODULE(_veltrax, m) {
@@ -218,6 +238,8 @@ PYBIND11_MODULE(_veltrax, m) {
 
   m.def("render_file", &renderFile, py::arg("module"), py::arg("input"), py::arg("output"),
         py::arg("knobs"), py::arg("block_size"), py::arg("force"));
+  m.def("render_set", &renderSet, py::arg("inputs"), py::arg("directory"), py::arg("knobs"),
+        py::arg("block_size"), py::arg("force"), py::arg("jobs"));
   py::register_exception<veltrax::host::HostError>(m, "RenderError", PyExc_RuntimeError);
 
   py::dict presets;

@@ -234,24 +234,24 @@ def render_file(in_path, out_path, settings=None, block_size=512, force=False, m
                                 bool(force))
 
 
-def render_files(inputs, outdir, settings=None, block_size=512, force=False, module=None, scale=1):
-    """Render many files into ``outdir`` (same file names). Existing outputs
-    are skipped unless ``force``, so an interrupted run resumes; one failure
-    does not stop the others. Returns one entry per input:
-    {"input", "output", "status"} with status "rendered", "skipped" or the error.
+def render_files(inputs, outdir, settings=None, block_size=512, force=False, jobs=1, scale=1):
+    """Render many files into ``outdir`` (same file names) with the
+    command-line host's set rendering: the channels of files of one rate
+    share the multi-stream engine's lanes, on ``jobs`` threads. Existing
+    outputs are skipped unless ``force``, so an interrupted run resumes; one
+    failure does not stop the others. Returns one entry per input:
+    {"input", "output", "status"} with status "rendered", "skipped" or
+    "failed: <reason>".
     """
-    os.makedirs(outdir, exist_ok=True)
+    inputs = [os.fspath(p) for p in inputs]
+    outdir = os.fspath(outdir)
+    knobs = _knob_values(settings or {}, float(scale))
+    outputs = [os.path.join(outdir, os.path.basename(p)) for p in inputs]
+    existed = [os.path.exists(o) and not force for o in outputs]
+    failures = _veltrax.render_set(inputs, outdir, knobs, int(block_size), bool(force), int(jobs))
     results = []
-    for in_path in inputs:
-        out_path = os.path.join(outdir, os.path.basename(os.fspath(in_path)))
-        entry = {"input": os.fspath(in_path), "output": out_path}
-        if os.path.exists(out_path) and not force:
-            entry["status"] = "skipped"
-        else:
-            try:
-                render_file(in_path, out_path, settings, block_size, force, module, scale)
-                entry["status"] = "rendered"
-            except (OSError, ValueError, RuntimeError) as error:
-                entry["status"] = f"failed: {error}"
-        results.append(entry)
+    for in_path, out_path, skipped in zip(inputs, outputs, existed):
+        reason = next((f[len(in_path) + 2:] for f in failures if f.startswith(in_path + ": ")), None)
+        status = "skipped" if skipped else "rendered" if reason is None else f"failed: {reason}"
+        results.append({"input": in_path, "output": out_path, "status": status})
     return results

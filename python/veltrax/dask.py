@@ -5,8 +5,8 @@
     client = Client("scheduler-host:8786")
     veltrax.dask.render_files(client, inputs, "/shared/out", {"preset": "doom"})
 
-Each file is one task: a worker renders it with ``veltrax.render_file``
-(atomic output), so a worker that dies mid-file leaves nothing behind and
+Each file is one task: a worker renders it with ``veltrax.render_files``
+(the multi-stream engine, atomic output), so a worker that dies mid-file leaves nothing behind and
 Dask runs the task again elsewhere; outputs that already exist are skipped,
 so a whole run can simply be started again. Inputs and ``outdir`` must be
 paths every worker can read and write (a shared file system), and every
@@ -19,15 +19,8 @@ import veltrax
 
 
 def _render_one(in_path, outdir, settings, block_size, force):
-    out_path = os.path.join(outdir, os.path.basename(in_path))
-    if os.path.exists(out_path) and not force:
-        return {"input": in_path, "output": out_path, "status": "skipped"}
-    try:
-        veltrax.render_file(in_path, out_path, settings, block_size, force)
-        status = "rendered"
-    except (OSError, ValueError, RuntimeError) as error:
-        status = f"failed: {error}"
-    return {"input": in_path, "output": out_path, "status": status}
+    # One file through the multi-stream engine (its channels share lanes).
+    return veltrax.render_files([in_path], outdir, settings, block_size, force)[0]
 
 
 def render_files(client, inputs, outdir, settings=None, block_size=512, force=False, retries=3):
