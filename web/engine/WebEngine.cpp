@@ -118,5 +118,6 @@ WEB_EXPORT void veltrax_web_process_float(WebEngine* engine, int32_t frames) {
   if (frames < 1 || frames > engine->capacity) return;
   for (int32_t i = 0; i < frames; ++i) engine->input[i] = engine->inputFloat[i];
   veltrax_web_process(engine, frames);
-  for (int32_t i = 0; i < frames; ++i) engine->outputFloat[i] = static_cast<float>(engine->output[i]);
+  for (int32_t i = 0; i < frames; ++i)
+    engine->outputFloat[i] = static_cast<float>(engine->output[i]);
 }
