@@ -8,7 +8,7 @@ FUZZER = build/fuzz/fuzz/host_interface_fuzzer
 # The end-to-end tests valgrind runs (tools/valgrind-subset.sh).
 VALGRIND_TESTS = plugin_entry_test parameters_programs_test signal_chain_test soak_test sample_rate_sweep_test
 
-.PHONY: setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean
+.PHONY: setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean web serve-web
 
 setup:
 	@tools/setup.sh
@@ -62,6 +62,14 @@ valgrind: setup
 	cmake --preset release
 	cmake --build --preset release -j $(JOBS) --target $(VALGRIND_TESTS)
 	tools/valgrind-subset.sh build/release
+
+# The pedal page (WebAssembly engine + static files) in build/web/.
+web: setup
+	web/build.sh
+
+serve-web: web
+	@echo "VELTRAX pedal page: http://localhost:8000/"
+	cd build/web && python3 -m http.server 8000 --bind 127.0.0.1
 
 clean:
 	rm -rf build demo-out

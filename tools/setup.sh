@@ -10,8 +10,14 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   libsndfile1-dev libcli11-dev python3 python3-matplotlib
   lv2-dev sordi liblilv-dev lilv-utils valgrind
+  emscripten chromium
   "$@"
 )
+# The pedal page's tests run on Node.js; some machines ship their own Node
+# (with its own npm), next to which Debian's npm does not install.
+if ! command -v node >/dev/null || ! command -v npm >/dev/null; then
+  packages+=(nodejs npm)
+fi
 
 missing=()
 for p in "${packages[@]}"; do

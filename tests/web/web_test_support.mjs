@@ -23,25 +23,8 @@ export function readRiff(name) {
   return samples;
 }
 
-// Serves the built page on a free localhost port, as `make serve-web` does
-// (plain files, no cross-origin headers). Resolves to { url, close() }.
+// Serves the built page on a free localhost port.
 export async function serveSite() {
-  const { createServer } = await import('node:http');
-  const { readFile } = await import('node:fs/promises');
-  const types = { '.html': 'text/html', '.js': 'text/javascript', '.css': 'text/css',
-                  '.json': 'application/json', '.wasm': 'application/wasm', '.wav': 'audio/wav' };
-  const server = createServer(async (request, response) => {
-    const urlPath = decodeURIComponent(new URL(request.url, 'http://localhost').pathname);
-    const file = path.join(siteDir, urlPath.endsWith('/') ? `${urlPath}index.html` : urlPath);
-    try {
-      if (!file.startsWith(siteDir)) throw new Error('outside the site');
-      const body = await readFile(file);
-      response.writeHead(200, { 'Content-Type': types[path.extname(file)] ?? 'application/octet-stream' });
-      response.end(body);
-    } catch {
-      response.writeHead(404).end();
-    }
-  });
-  await new Promise((resolve) => server.listen(0, '127.0.0.1', resolve));
-  return { url: `http://localhost:${server.address().port}/`, close: () => server.close() };
+  const { serveDirectory } = await import('../../web/tools/static-server.mjs');
+  return serveDirectory(siteDir);
 }

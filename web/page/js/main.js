@@ -113,8 +113,14 @@ function scheduleCurve() {
 
 // ---- Audio graph --------------------------------------------------------
 
+// The device's rate, unless the address asks for one (?rate=48000).
+function requestedRate() {
+  const rate = Number(new URLSearchParams(location.search).get('rate'));
+  return rate > 0 ? rate : undefined;
+}
+
 async function buildAudio() {
-  const context = new AudioContext({ latencyHint: 'interactive' });
+  const context = new AudioContext({ latencyHint: 'interactive', sampleRate: requestedRate() });
   await context.audioWorklet.addModule('js/pedal-worklet.js');
   const pedal = new AudioWorkletNode(context, 'veltrax-pedal', {
     numberOfInputs: 1, numberOfOutputs: 1, outputChannelCount: [1],
@@ -152,6 +158,7 @@ async function startAudio() {
 // longer matches, the pedal restarts at the new rate.
 async function checkDeviceRate() {
   if (!state.audio) return;
+  if (requestedRate()) return;
   const probe = new AudioContext();
   const rate = probe.sampleRate;
   await probe.close();
