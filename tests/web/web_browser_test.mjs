@@ -4,7 +4,7 @@
 // click, live input sounds, a chosen file renders to a valid WAV, and the
 // page is drawn.
 import assert from 'node:assert/strict';
-import { readFileSync, writeFileSync } from 'node:fs';
+import { readFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import path from 'node:path';
 import { after, before, test } from 'node:test';
@@ -58,7 +58,6 @@ test('the page loads without console errors or failed requests, and is drawn', a
   assert.equal(await page.locator('[role=slider]').count(), 3);
   assert.ok((await page.locator('#preset option').count()) > 3, 'presets listed');
   const png = await page.screenshot();
-  if (process.env.VELTRAX_WEB_SCREENSHOT) writeFileSync(process.env.VELTRAX_WEB_SCREENSHOT, png);
   // Pixel statistics of the screenshot, decoded by the browser itself.
   const { mean, deviation, colours } = await page.evaluate(async (dataUrl) => {
     const image = new Image();
@@ -201,16 +200,32 @@ test('a chosen file renders and downloads as a valid WAV', async () => {
   assert.deepEqual(rendered, expected);
 });
 
-test('bad files get a clear message on the page', async () => {
-  const cases = [
+test('bad input gets a clear message on the page, never a dead page', async () => {
+  const statusMatches = (pattern) => page.waitForFunction(
+    (source) => new RegExp(source).test(document.getElementById('status').textContent), pattern.source);
+  const files = [
     { name: 'empty.wav', buffer: Buffer.alloc(0), message: /empty\.wav is empty/ },
     { name: 'noise.mp3', buffer: Buffer.from('this is not audio at all'), message: /could not be decoded/ },
   ];
-  for (const { name, buffer, message } of cases) {
+  for (const { name, buffer, message } of files) {
     await page.setInputFiles('#file', { name, mimeType: 'audio/mpeg', buffer });
-    await page.waitForFunction((pattern) => new RegExp(pattern).test(document.getElementById('status').textContent),
-                               message.source);
+    await statusMatches(message);
     assert.equal(await page.locator('#status.error').count(), 1);
   }
+  // A refused and a missing microphone, as getUserMedia reports them.
+  for (const [error, message] of [['NotAllowedError', /refused/], ['NotFoundError', /No audio input device/]]) {
+    await page.evaluate((name) => {
+      navigator.mediaDevices.getUserMedia = () => Promise.reject(new DOMException('test', name));
+    }, error);
+    await page.click('#live');
+    await statusMatches(message);
+  }
+  // A context the browser suspends: the page asks for a click and resumes.
+  await page.evaluate(() => window.veltrax.audio.context.suspend());
+  await page.locator('#start').waitFor({ state: 'visible' });
+  await statusMatches(/click to start/);
+  await page.click('#start');
+  await page.locator('#start').waitFor({ state: 'hidden' });
+  assert.equal(await page.evaluate(() => window.veltrax.audio.context.state), 'running');
   assert.deepEqual(problems, []);
 });

@@ -5,7 +5,8 @@
 // 2. the page weight (everything in build/web/ except the bundled riffs);
 // 3. in headless Chromium at 48 kHz: time from pressing Play to sound at the
 //    output, and the worklet's processing cost per 128-frame quantum as a
-//    share of the quantum's 2.67 ms, averaged over the quanta of 5 s.
+//    share of the quantum's 2.67 ms, averaged over the quanta of 5 s; and
+//    the README's screenshot of the playing page (docs/figures/web-page.png).
 import { readdirSync, readFileSync, statSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import path from 'node:path';
@@ -54,14 +55,17 @@ async function inChromium() {
     args: ['--autoplay-policy=no-user-gesture-required', '--no-sandbox'] });
   try {
     const page = await browser.newPage();
+    await page.setViewportSize({ width: 1000, height: 720 });
     await page.goto(`${server.url}?rate=48000`);
     await page.evaluate(() => window.veltrax.ready);
+    await page.evaluate(() => window.veltrax.loadPreset('classic-fuzz'));
     await page.evaluate(() => window.veltrax.measureCost());  // resets the sums
     const start = Date.now();
     await page.click('#play');
     await page.waitForFunction(() => window.veltrax.levels().output > -60, null, { polling: 5 });
     const firstSoundMs = Date.now() - start;
     await page.waitForTimeout(5000);
+    await page.screenshot({ path: path.resolve(webDir, '../docs/figures/web-page.png') });
     return { firstSoundMs, ...(await page.evaluate(() => window.veltrax.measureCost())) };
   } finally {
     await browser.close();

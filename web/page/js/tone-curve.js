@@ -70,6 +70,13 @@ export function drawResponse(svg, path, frequencies, gainsDb) {
   const x = (f) => (Math.log(f / frequencies[0]) / Math.log(frequencies.at(-1) / frequencies[0])) * width;
   const y = (db) => Math.min(height, ((top - db) / range) * height);
   path.setAttribute('d', frequencies.map((f, i) => `${i ? 'L' : 'M'}${x(f).toFixed(1)},${y(gainsDb[i]).toFixed(1)}`).join(''));
+  const grid = svg.querySelector('.curve-grid');
+  grid.replaceChildren(...[100, 1000, 10000].filter((f) => f < frequencies.at(-1)).map((f) => {
+    const line = document.createElementNS('http://www.w3.org/2000/svg', 'g');
+    line.innerHTML = `<line x1="${x(f)}" x2="${x(f)}" y1="0" y2="${height}"/>` +
+      `<text x="${x(f) + 3}" y="${height - 4}">${f >= 1000 ? `${f / 1000} kHz` : `${f} Hz`}</text>`;
+    return line;
+  }));
   svg.querySelector('.curve-top').textContent = `${top} dB`;
   svg.querySelector('.curve-bottom').textContent = `${top - range} dB`;
 }
