@@ -44,37 +44,35 @@ void releaseBuffers(WebEngine* engine) {
 
 // Page, once per instance (worklet set-up, offline render, tone curve):
 // creates and opens one effect, sets `sampleRate` (Hz) and starts processing
-// with blocks of at most `capacity` frames. Null when the effect refuses.
+// with blocks of at most `capacity` frames. Null for a rate the effect would
+// ignore (not finite, below 62.5 Hz, 2^31 Hz or above), a capacity below 1,
+// or when memory runs out.
 WEB_EXPORT WebEngine* veltrax_web_create(double sampleRate, int32_t capacity) {
-  if (capacity < 1) return nullptr;
+  if (!(sampleRate >= 62.5 && sampleRate < 2147483648.0) || capacity < 1) return nullptr;
   auto* engine = new (std::nothrow) WebEngine;
   if (!engine) return nullptr;
-  void* object = getinterface(veltrax::host::hostCallback);
-  engine->record = object ? veltrax::host::interfaceEffect(object) : nullptr;
-  if (object) veltrax::host::destroyInterfaceObject(object);
-  if (!engine->record || engine->record->magic != kEffectMagic ||
-      !engine->record->processDoubleReplacing) {
-    delete engine;
-    return nullptr;
-  }
-  engine->record->user = &engine->context;
-  dispatch(engine, effOpen);
   engine->capacity = capacity;
   engine->inputFloat = new (std::nothrow) float[capacity]();
   engine->outputFloat = new (std::nothrow) float[capacity]();
   engine->input = new (std::nothrow) double[capacity]();
   engine->output = new (std::nothrow) double[capacity]();
-  engine->context.sampleRate = sampleRate;
-  engine->context.blockSize = capacity;
-  dispatch(engine, effSetSampleRate, 0, 0, static_cast<float>(sampleRate));
-  dispatch(engine, effSetBlockSize, 0, capacity);
-  dispatch(engine, effMainsChanged, 0, 1);
-  if (!engine->inputFloat || !engine->outputFloat || !engine->input || !engine->output) {
+  void* object = getinterface(veltrax::host::hostCallback);
+  engine->record = object ? veltrax::host::interfaceEffect(object) : nullptr;
+  if (object) veltrax::host::destroyInterfaceObject(object);
+  const bool buffers = engine->inputFloat && engine->outputFloat && engine->input && engine->output;
+  if (!buffers || !engine->record || !engine->record->processDoubleReplacing) {
+    if (engine->record) engine->record->dispatcher(engine->record, effClose, 0, 0, nullptr, 0.0f);
     releaseBuffers(engine);
-    dispatch(engine, effClose);
     delete engine;
     return nullptr;
   }
+  engine->record->user = &engine->context;
+  engine->context.sampleRate = sampleRate;
+  engine->context.blockSize = capacity;
+  dispatch(engine, effOpen);
+  dispatch(engine, effSetSampleRate, 0, 0, static_cast<float>(sampleRate));
+  dispatch(engine, effSetBlockSize, 0, capacity);
+  dispatch(engine, effMainsChanged, 0, 1);
   return engine;
 }
 
@@ -94,10 +92,13 @@ WEB_EXPORT void veltrax_web_set_parameter(WebEngine* engine, int32_t index, floa
   engine->record->setParameter(engine->record, index, value);
 }
 
+// Page, any time: the knob value the effect holds.
 WEB_EXPORT float veltrax_web_get_parameter(WebEngine* engine, int32_t index) {
   return engine->record->getParameter(engine->record, index);
 }
 
+// Page, after create and after any call that may grow memory: the block
+// buffers, `capacity` frames each.
 WEB_EXPORT float* veltrax_web_input_float(WebEngine* engine) { return engine->inputFloat; }
 WEB_EXPORT float* veltrax_web_output_float(WebEngine* engine) { return engine->outputFloat; }
 WEB_EXPORT double* veltrax_web_input(WebEngine* engine) { return engine->input; }
