@@ -9,8 +9,8 @@
 #include <new>
 
 #include "frame/AEffect.h"
-#include "host/HostCallback.h"
-#include "host/InterfaceObject.h"
+#include "host/plugin/HostCallback.h"
+#include "host/plugin/InterfaceObject.h"
 
 extern "C" void* getinterface(audioMasterCallback audioMaster);
 

@@ -17,8 +17,8 @@
 #include <string>
 #include <vector>
 
-#include "host/EffectInstance.h"
-#include "host/HostError.h"
+#include "host/common/HostError.h"
+#include "host/plugin/EffectInstance.h"
 
 namespace {
 

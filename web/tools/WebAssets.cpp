@@ -8,10 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "host/DemoRiff.h"
-#include "host/Levels.h"
-#include "host/NamedPresets.h"
-#include "host/PluckedString.h"
+#include "host/common/Levels.h"
+#include "host/demo/DemoRiff.h"
+#include "host/demo/PluckedString.h"
+#include "presets/NamedPresets.h"
 
 namespace {
 
