@@ -70,7 +70,8 @@ TEST(CliDemo, WritesTheRendersFiguresAndASummary) {
     EXPECT_EQ(rendered.info.frames, dry.info.frames);
     EXPECT_NE(rendered.channels, dry.channels);
   }
-  for (const char* figure : {"tone_response", "level_curves", "riff_spectrum"}) {
+  for (const char* figure :
+       {"tone_response", "level_curves", "riff_spectrum", "rate_response", "riff_levels"}) {
     SCOPED_TRACE(figure);
     EXPECT_EQ(fileBytes(out + "/" + figure + ".png").substr(0, 8), "\x89PNG\r\n\x1a\n");
     EXPECT_THAT(fileBytes(out + "/" + figure + ".csv"), HasSubstr("\n"));
