@@ -1,8 +1,8 @@
 // `veltrax render -o DIR IN...` end to end: a set of files of different
 // rates, lengths and channel counts through the multi-stream engine gives
 // byte for byte the files the single-file form (the module through its
-// record) gives; finished outputs are skipped on a second run; a bad input
-// fails alone with exit status 1.
+// record) gives with the same knobs, trims and pre-roll; finished outputs are skipped on a second
+// run; a bad input fails alone with exit status 1.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -53,7 +53,9 @@ TEST(RenderSet, MatchesSingleFileRendersSkipsFinishedOutputsAndReportsFailures) 
   EXPECT_THAT(first.out, HasSubstr("7 files: 6 rendered, 0 skipped (output exists), 1 failed"));
   for (const SetFile& f : kFiles) {
     const std::string single = dir.file(std::string("single-") + f.name);
-    ASSERT_EQ(runCli({"render", dir.file(f.name), single, "--preset", "doom"}).exitCode, 0);
+    std::vector<std::string> one = {"render", dir.file(f.name), single};
+    one.insert(one.end(), settings.begin(), settings.end());
+    ASSERT_EQ(runCli(one).exitCode, 0);
     EXPECT_EQ(fileBytes(dir.file("out/") + f.name), fileBytes(single)) << f.name;
   }
 

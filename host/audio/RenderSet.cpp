@@ -12,6 +12,7 @@
 #include "dsp/multistream/StreamBatch.h"
 #include "host/audio/ProgressBar.h"
 #include "host/audio/RenderFile.h"
+#include "host/audio/RenderPath.h"
 #include "host/audio/SafeOutputFile.h"
 #include "host/audio/SoundFile.h"
 #include "host/common/HostError.h"
@@ -96,7 +97,8 @@ std::vector<std::vector<const PlannedFile*>> groupByRate(const std::vector<Plann
 // Renders one group: every channel of every file in a lane of its own.
 void renderGroup(const std::vector<const PlannedFile*>& group, const RenderSetRequest& request,
                  SetProgress& progress) {
-  const size_t block = static_cast<size_t>(request.blockSize);
+  const RenderSettings& settings = request.settings;
+  const size_t block = static_cast<size_t>(settings.blockSize);
   const size_t chunk = (kChunkTarget + block - 1) / block * block;  // whole blocks per round
   std::vector<OpenFile> files;
   for (const PlannedFile* plan : group) {
@@ -124,14 +126,25 @@ void renderGroup(const std::vector<const PlannedFile*>& group, const RenderSetRe
   for (OpenFile& f : files)
     for (int c = 0; c < f.plan->channels; ++c) lanes.push_back({&f, c});
   const ms::KernelChoice kernel = ms::bestKernel();
-  const ms::Knobs knobs{request.knobs.sustain, request.knobs.tone, request.knobs.volume,
-                        request.knobs.on ? 1.0f : 0.0f};
+  const ms::Knobs knobs{settings.knobs.sustain, settings.knobs.tone, settings.knobs.volume,
+                        settings.knobs.on ? 1.0f : 0.0f};
+  const double inputGain = gainOfDb(settings.inputGainDb),
+               outputGain = gainOfDb(settings.outputGainDb);
   std::vector<std::unique_ptr<ms::StreamBatch>> batches;
   for (size_t first = 0; first < lanes.size(); first += static_cast<size_t>(kernel.lanes)) {
     batches.push_back(
         std::make_unique<ms::StreamBatch>(static_cast<float>(group.front()->sampleRate), kernel));
     for (int l = 0; l < kernel.lanes && first + static_cast<size_t>(l) < lanes.size(); ++l)
       batches.back()->startStream(l, knobs);
+  }
+  if (settings.preroll) {  // one block of silence through every lane, its output dropped
+    const std::vector<double> silence(block, 0.0);
+    std::vector<double> dropped(block * static_cast<size_t>(kernel.lanes));
+    std::vector<const double*> in(static_cast<size_t>(kernel.lanes), silence.data());
+    std::vector<double*> out(static_cast<size_t>(kernel.lanes));
+    std::vector<int32_t> n(static_cast<size_t>(kernel.lanes), static_cast<int32_t>(block));
+    for (size_t l = 0; l < out.size(); ++l) out[l] = dropped.data() + l * block;
+    for (auto& batch : batches) batch->processBlock(in.data(), out.data(), n.data());
   }
 
   for (;;) {
@@ -153,6 +166,8 @@ void renderGroup(const std::vector<const PlannedFile*>& group, const RenderSetRe
       }
       any = true;
       const size_t channels = static_cast<size_t>(f.plan->channels);
+      if (inputGain != 1.0)
+        for (size_t i = 0; i < f.chunkFrames * channels; ++i) f.interleaved[i] *= inputGain;
       for (size_t i = 0; i < f.chunkFrames; ++i)
         for (size_t c = 0; c < channels; ++c) f.planar[c][i] = f.interleaved[i * channels + c];
     }
@@ -187,6 +202,8 @@ void renderGroup(const std::vector<const PlannedFile*>& group, const RenderSetRe
       const size_t channels = static_cast<size_t>(f.plan->channels);
       for (size_t i = 0; i < f.chunkFrames; ++i)
         for (size_t c = 0; c < channels; ++c) f.interleaved[i * channels + c] = f.planar[c][i];
+      if (outputGain != 1.0)
+        for (size_t i = 0; i < f.chunkFrames * channels; ++i) f.interleaved[i] *= outputGain;
       try {
         f.writer->write(f.interleaved.data(), f.chunkFrames);
       } catch (const HostError& e) {
@@ -230,6 +247,8 @@ std::string outputPathFor(const std::string& directory, const std::string& input
 RenderSetReport renderSet(const RenderSetRequest& request) {
   const auto start = std::chrono::steady_clock::now();
   RenderSetReport report;
+  if (request.settings.normalizePeakDbfs || request.settings.voicingRate)
+    throw HostError("a file set renders without normalizing and at each file's own rate");
   createDirectories(request.outputDirectory);
 
   std::vector<PlannedFile> planned;
@@ -251,7 +270,7 @@ RenderSetReport renderSet(const RenderSetRequest& request) {
       f.channels = info.channels;
       f.sampleRate = info.samplerate;
       f.frames = info.frames > 0 ? static_cast<size_t>(info.frames) : 0;
-      f.format = outputFormatFor(f.output, info.format, request.sampleType, info.channels,
+      f.format = outputFormatFor(f.output, info.format, request.settings.sampleType, info.channels,
                                  info.samplerate);
     } catch (const HostError& e) {
       report.failures.push_back(input + ": " + e.what());

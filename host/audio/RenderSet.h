@@ -11,18 +11,17 @@
 #include <string>
 #include <vector>
 
-#include "host/audio/OutputFormat.h"
-#include "host/plugin/KnobSettings.h"
+#include "host/audio/RenderSettings.h"
 
 namespace veltrax::host {
 
 struct RenderSetRequest {
   std::vector<std::string> inputs;
   std::string outputDirectory;
-  KnobSettings knobs;
-  int32_t blockSize = 512;
+  // Every file's settings; knobs, block length, pre-roll, gains and sample
+  // type apply, a normalizing level and a voicing rate do not (HostError).
+  RenderSettings settings;
   bool force = false;
-  std::optional<SampleType> sampleType;  // default: each input's
   int jobs = 1;
 };
 
@@ -37,7 +36,9 @@ struct RenderSetReport {
 std::string outputPathFor(const std::string& directory, const std::string& input);
 
 // Never throws for a single file's failure (it lands in `failures`); throws
-// HostError only when the output directory cannot be created.
+// HostError when the output directory cannot be created or the settings ask
+// for normalizing or a voicing rate. Each output is what `veltrax render IN
+// OUT` writes with the same settings.
 RenderSetReport renderSet(const RenderSetRequest& request);
 
 }  // namespace veltrax::host

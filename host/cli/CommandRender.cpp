@@ -5,6 +5,7 @@
 
 #include "host/audio/RenderFile.h"
 #include "host/audio/RenderSet.h"
+#include "host/audio/StandardStreams.h"
 #include "host/cli/Commands.h"
 #include "host/cli/InstallLayout.h"
 #include "host/common/Levels.h"
@@ -46,11 +47,41 @@ KnobSettings knobsFrom(const RenderOptions& options) {
   return knobs;
 }
 
-std::optional<SampleType> sampleTypeFrom(const RenderOptions& options) {
-  if (options.subtype.empty()) return std::nullopt;
-  const std::optional<SampleType> type = parseSampleType(options.subtype);
-  if (!type) throw UsageError("unknown --subtype \"" + options.subtype + "\" (float, pcm16 or pcm24)");
-  return type;
+// "RATE:CHANNELS:SUBTYPE", e.g. 48000:2:pcm16.
+RawLayout rawLayoutFrom(const std::string& text) {
+  const std::string usage = "--raw-input RATE:CHANNELS:SUBTYPE (e.g. 48000:2:pcm16) for headerless audio";
+  RawLayout layout;
+  char subtype[16] = {};
+  char end = 0;
+  if (std::sscanf(text.c_str(), "%d:%d:%15[a-z0-9]%c", &layout.sampleRate, &layout.channels,
+                  subtype, &end) != 3 ||
+      layout.sampleRate < 1 || layout.channels < 1 || layout.channels > 1024)
+    throw UsageError(usage + ", not \"" + text + "\"");
+  const auto type = parseSampleType(subtype);
+  if (!type) throw UsageError(usage + ": unknown subtype \"" + subtype + "\"");
+  layout.sampleType = *type;
+  return layout;
+}
+
+// The per-file settings of the command line, checked.
+RenderSettings settingsFrom(const RenderOptions& options) {
+  RenderSettings settings;
+  settings.knobs = knobsFrom(options);
+  settings.blockSize = options.blockSize;
+  settings.preroll = !options.noPreroll;
+  settings.inputGainDb = options.inputGainDb;
+  settings.outputGainDb = options.outputGainDb;
+  settings.normalizePeakDbfs = options.normalizePeakDbfs;
+  settings.voicingRate = options.voicingRate;
+  if (!options.subtype.empty()) {
+    settings.sampleType = parseSampleType(options.subtype);
+    if (!settings.sampleType)
+      throw UsageError("unknown --subtype \"" + options.subtype +
+                       "\" (float, double, pcm16, pcm24 or pcm32)");
+  }
+  if (const std::string problem = renderSettingsProblem(settings); !problem.empty())
+    throw UsageError(problem);
+  return settings;
 }
 
 // veltrax render -o DIR IN...: the whole set through the multi-stream engine,
@@ -59,14 +90,17 @@ int runRenderSet(const RenderOptions& options) {
   RenderSetRequest request;
   request.inputs = options.files;
   request.outputDirectory = options.outputDirectory;
-  request.knobs = knobsFrom(options);
-  request.blockSize = options.blockSize;
+  request.settings = settingsFrom(options);
   request.force = options.force;
-  request.sampleType = sampleTypeFrom(options);
+  if (request.settings.normalizePeakDbfs || request.settings.voicingRate || !options.format.empty() ||
+      !options.rawInput.empty())
+    throw UsageError("-o renders files as they are: --normalize, --voicing-rate, --format and "
+                     "--raw-input work on a single IN OUT");
   if (options.jobs < 1 || options.jobs > 256) throw UsageError("--jobs must be 1 to 256");
   request.jobs = options.jobs;
   const RenderSetReport report = renderSet(request);
-  for (const std::string& failure : report.failures) std::fprintf(stderr, "veltrax: failed: %s\n", failure.c_str());
+  for (const std::string& failure : report.failures)
+    std::fprintf(stderr, "veltrax: failed: %s\n", failure.c_str());
   std::printf("%zu files: %zu rendered, %zu skipped (output exists), %zu failed; %.2f s of audio in "
               "%.2f s (%.1fx real-time)\n",
               options.files.size(), report.rendered, report.skipped, report.failures.size(),
@@ -78,18 +112,19 @@ int runRenderSet(const RenderOptions& options) {
 }  // namespace
 
 int runRender(const RenderOptions& options) {
-  if (options.blockSize < 1 || options.blockSize > (1 << 20))
-    throw UsageError("--block must be 1 to 1048576 samples");
   if (!options.outputDirectory.empty()) return runRenderSet(options);
   if (options.files.size() != 2)
     throw UsageError("render takes IN OUT, or -o DIR followed by the input files");
   RenderRequest request;
   request.input = options.files[0];
   request.output = options.files[1];
-  request.knobs = knobsFrom(options);
-  request.blockSize = options.blockSize;
   request.force = options.force;
-  request.sampleType = sampleTypeFrom(options);
+  request.outputFormat = options.format;
+  if (!options.rawInput.empty()) request.rawInput = rawLayoutFrom(options.rawInput);
+  request.settings = settingsFrom(options);
+  if (isStandardStream(request.output) && options.format.empty())
+    throw UsageError("cannot tell the format for standard output: give --format wav (or flac, "
+                     "aiff, raw, ...)");
   const auto module = ModuleLibrary::open(locateModule(options.module));
   const RenderReport report = renderFile(module, request);
 
@@ -97,14 +132,22 @@ int runRender(const RenderOptions& options) {
   const int subtype = report.outputFormat & SF_FORMAT_SUBMASK;
   const bool clipped =
       report.outputPeak > 1.0 && subtype != SF_FORMAT_FLOAT && subtype != SF_FORMAT_DOUBLE;
-  std::printf(
-      "%s -> %s: %.2f s, %d ch, %d Hz, %s; %.2f s (%.1fx real-time, %u thread%s); "
-      "peak in %.1f dBFS, out %.1f dBFS%s\n",
-      request.input.c_str(), request.output.c_str(), duration, report.channels, report.sampleRate,
-      describeFormat(report.outputFormat).c_str(), report.seconds,
-      report.seconds > 0 ? duration / report.seconds : 0.0, report.threads,
-      report.threads == 1 ? "" : "s", toDb(report.inputPeak), toDb(report.outputPeak),
-      clipped ? " (clipped in the file; lower --volume or use --subtype float)" : "");
+  const bool lossyToPcm =
+      report.lossyInput && options.subtype.empty() && !isLossy(report.outputFormat);
+  const std::string input = isStandardStream(request.input) ? "stdin" : request.input;
+  const std::string output = isStandardStream(request.output) ? "stdout" : request.output;
+  // The summary goes to stderr when the audio goes to stdout.
+  std::fprintf(isStandardStream(request.output) ? stderr : stdout,
+               "%s -> %s: %.2f s, %d ch, %d Hz, %s%s; %.2f s (%.1fx real-time, %u thread%s); "
+               "peak in %.1f dBFS, out %.1f dBFS%s\n",
+               input.c_str(), output.c_str(), duration, report.channels, report.sampleRate,
+               describeFormat(report.outputFormat).c_str(),
+               lossyToPcm ? " (default for a lossy input)" : "", report.seconds,
+               report.seconds > 0 ? duration / report.seconds : 0.0, report.threads,
+               report.threads == 1 ? "" : "s", toDb(report.inputPeak), toDb(report.outputPeak),
+               clipped ? " (clipped in the file; lower --output-gain, use --normalize or "
+                         "--subtype float)"
+                       : "");
   return 0;
 }
 

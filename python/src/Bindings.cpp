@@ -173,18 +173,32 @@ std::vector<py::array> processBatch(const std::vector<py::array>& arrays, double
   return outs;
 }
 
+// The command-line host's per-file settings from the package's arguments.
+veltrax::host::RenderSettings renderSettings(std::tuple<float, float, float, bool> knobs,
+                                             int blockSize, bool preroll, double inputGainDb,
+                                             double outputGainDb) {
+  checkBlockSize(blockSize);
+  veltrax::host::RenderSettings settings;
+  const auto [sustain, tone, volume, on] = knobs;
+  settings.knobs = veltrax::host::KnobSettings{on, volume, tone, sustain};
+  settings.blockSize = blockSize;
+  settings.preroll = preroll;
+  settings.inputGainDb = inputGainDb;
+  settings.outputGainDb = outputGainDb;
+  if (const std::string problem = veltrax::host::renderSettingsProblem(settings); !problem.empty())
+    throw py::value_error(problem);
+  return settings;
+}
+
 // One file through the plug-in module at `modulePath` with the command-line
 // host's file code (atomic output, never over the input).
 py::dict renderFile(const std::string& modulePath, const std::string& input,
-                    const std::string& output, std::tuple<float, float, float, bool> knobs,
-                    int blockSize, bool force) {
-  checkBlockSize(blockSize);
+                    const std::string& output, const veltrax::host::RenderSettings& settings,
+                    bool force) {
   veltrax::host::RenderRequest request;
   request.input = input;
   request.output = output;
-  const auto [sustain, tone, volume, on] = knobs;
-  request.knobs = veltrax::host::KnobSettings{on, volume, tone, sustain};
-  request.blockSize = blockSize;
+  request.settings = settings;
   request.force = force;
   veltrax::host::RenderReport report;
   {
@@ -203,15 +217,12 @@ py::dict renderFile(const std::string& modulePath, const std::string& input,
 // (the multi-stream engine); returns the failures as "<input>: <reason>".
 std::vector<std::string> renderSet(const std::vector<std::string>& inputs,
                                    const std::string& directory,
-                                   std::tuple<float, float, float, bool> knobs, int blockSize,
-                                   bool force, int jobs) {
-  checkBlockSize(blockSize);
+                                   const veltrax::host::RenderSettings& settings, bool force,
+                                   int jobs) {
   veltrax::host::RenderSetRequest request;
   request.inputs = inputs;
   request.outputDirectory = directory;
-  const auto [sustain, tone, volume, on] = knobs;
-  request.knobs = veltrax::host::KnobSettings{on, volume, tone, sustain};
-  request.blockSize = blockSize;
+  request.settings = settings;
   request.force = force;
   request.jobs = jobs;
   py::gil_scoped_release released;
@@ -236,10 +247,13 @@ PYBIND11_MODULE(_veltrax, m) {
   m.def("process_batch", &processBatch, py::arg("arrays"), py::arg("sample_rate"), py::arg("knobs"),
         py::arg("threads"), py::arg("block_size"), py::arg("preroll"));
 
+  py::class_<veltrax::host::RenderSettings>(m, "RenderSettings");
+  m.def("render_settings", &renderSettings, py::arg("knobs"), py::arg("block_size"),
+        py::arg("preroll"), py::arg("input_gain"), py::arg("output_gain"));
   m.def("render_file", &renderFile, py::arg("module"), py::arg("input"), py::arg("output"),
-        py::arg("knobs"), py::arg("block_size"), py::arg("force"));
-  m.def("render_set", &renderSet, py::arg("inputs"), py::arg("directory"), py::arg("knobs"),
-        py::arg("block_size"), py::arg("force"), py::arg("jobs"));
+        py::arg("settings"), py::arg("force"));
+  m.def("render_set", &renderSet, py::arg("inputs"), py::arg("directory"), py::arg("settings"),
+        py::arg("force"), py::arg("jobs"));
   py::register_exception<veltrax::host::HostError>(m, "RenderError", PyExc_RuntimeError);
 
   py::dict presets;

@@ -211,30 +211,38 @@ def _module_path(module=None):
                             "VELTRAX_MODULE")
 
 
+def _render_settings(settings, block_size, preroll, input_gain, output_gain, scale):
+    _gain("input_gain", input_gain)
+    _gain("output_gain", output_gain)
+    return _veltrax.render_settings(_knob_values(settings or {}, float(scale)), int(block_size),
+                                    bool(preroll), float(input_gain), float(output_gain))
+
+
 def render_file(in_path, out_path, settings=None, block_size=512, force=False, module=None,
-                scale=1):
+                scale=1, preroll=True, input_gain=0.0, output_gain=0.0):
     """Render one sound file through the pedal with the command-line host's
     file code (libsndfile): every channel through its own instance at the
     file's rate, the output written atomically in the input's format.
 
-    ``settings``: a dict with sustain, tone, volume, on and preset. Raises
+    ``settings``: a dict with sustain, tone, volume, on and preset; ``preroll``
+    and the gains (dB) as for ``Pedal`` and ``veltrax render``. Raises
     FileNotFoundError for a missing input, FileExistsError when the output
     exists (unless ``force``), ValueError when the output is the input.
     Returns {"frames", "channels", "sample_rate", "seconds"}.
     """
     in_path, out_path = os.fspath(in_path), os.fspath(out_path)
-    knobs = _knob_values(settings or {}, float(scale))
+    render = _render_settings(settings, block_size, preroll, input_gain, output_gain, scale)
     if not os.path.isfile(in_path):
         raise FileNotFoundError(f"input {in_path} does not exist")
     if os.path.exists(out_path) and os.path.samefile(in_path, out_path):
         raise ValueError(f"refusing to overwrite the input {in_path}")
     if os.path.exists(out_path) and not force:
         raise FileExistsError(f"output {out_path} exists (force=True replaces it)")
-    return _veltrax.render_file(_module_path(module), in_path, out_path, knobs, int(block_size),
-                                bool(force))
+    return _veltrax.render_file(_module_path(module), in_path, out_path, render, bool(force))
 
 
-def render_files(inputs, outdir, settings=None, block_size=512, force=False, jobs=1, scale=1):
+def render_files(inputs, outdir, settings=None, block_size=512, force=False, jobs=1, scale=1,
+                 preroll=True, input_gain=0.0, output_gain=0.0):
     """Render many files into ``outdir`` (same file names) with the
     command-line host's set rendering: the channels of files of one rate
     share the multi-stream engine's lanes, on ``jobs`` threads. Existing
@@ -245,10 +253,10 @@ def render_files(inputs, outdir, settings=None, block_size=512, force=False, job
     """
     inputs = [os.fspath(p) for p in inputs]
     outdir = os.fspath(outdir)
-    knobs = _knob_values(settings or {}, float(scale))
+    render = _render_settings(settings, block_size, preroll, input_gain, output_gain, scale)
     outputs = [os.path.join(outdir, os.path.basename(p)) for p in inputs]
     existed = [os.path.exists(o) and not force for o in outputs]
-    failures = _veltrax.render_set(inputs, outdir, knobs, int(block_size), bool(force), int(jobs))
+    failures = _veltrax.render_set(inputs, outdir, render, bool(force), int(jobs))
     results = []
     for in_path, out_path, skipped in zip(inputs, outputs, existed):
         reason = next((f[len(in_path) + 2:] for f in failures if f.startswith(in_path + ": ")), None)
