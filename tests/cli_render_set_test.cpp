@@ -32,8 +32,10 @@ const SetFile kFiles[] = {{"a.wav", 44100, 30000, 1},  {"b.wav", 48000, 5000, 2}
 
 TEST(RenderSet, MatchesSingleFileRendersSkipsFinishedOutputsAndReportsFailures) {
   ScratchDir dir;
-  std::vector<std::string> args = {"render", "-o", dir.file("out"), "--preset", "doom",
-                                   "--jobs", "2"};
+  const std::vector<std::string> settings = {"--preset", "doom",          "--input-gain",
+                                             "3",        "--output-gain", "-2"};
+  std::vector<std::string> args = {"render", "-o", dir.file("out"), "--jobs", "2"};
+  args.insert(args.end(), settings.begin(), settings.end());
   for (const SetFile& f : kFiles) {
     std::vector<std::vector<double>> channels;
     for (int c = 0; c < f.channels; ++c)
