@@ -5,6 +5,7 @@
 #include <chrono>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <thread>
 
 #include <sys/stat.h>
@@ -253,11 +254,15 @@ RenderSetReport renderSet(const RenderSetRequest& request) {
 
   std::vector<PlannedFile> planned;
   size_t totalFrames = 0;
+  std::set<std::string> outputs;
   for (const std::string& input : request.inputs) {
     PlannedFile f;
     f.input = input;
     f.output = outputPathFor(request.outputDirectory, input);
     try {
+      if (input == "-") throw HostError("standard input needs the single-file form IN OUT");
+      if (!outputs.insert(f.output).second)
+        throw HostError("another input already renders to " + f.output);
       const SF_INFO info = SoundFileReader(input).info();
       if (info.samplerate < kMinSampleRate || info.samplerate > kMaxSampleRate)
         throw HostError("sample rate " + std::to_string(info.samplerate) +
