@@ -32,16 +32,21 @@ struct PlannedFile {
   size_t frames = 0;
 };
 
-// A file while it renders: its reader, its safe output and its lanes.
+// Rounds in flight per file: one being read, one processed, one written.
+constexpr int kRounds = 3;
+
+// A file while it renders: its reader, its safe output, and the interleaved
+// frames of the rounds in flight. The reader stage alone touches `reader`,
+// the writer stage alone `writer`; `failed` is set by either and read by all.
 struct OpenFile {
   const PlannedFile* plan = nullptr;
   std::unique_ptr<SoundFileReader> reader;
   std::unique_ptr<SafeOutputFile> output;
   std::unique_ptr<SoundFileWriter> writer;
-  std::vector<double> interleaved;
-  std::vector<std::vector<double>> planar;  // one row per channel
-  size_t chunkFrames = 0;                   // frames read this round
-  bool finished = false;
+  std::vector<double> frames[kRounds];      // interleaved, one buffer per round
+  size_t count[kRounds] = {};               // frames in each round's buffer
+  std::vector<std::vector<double>> planar;  // one row per channel, for processing
+  std::atomic<bool> failed{false};
 };
 
 // Shared by the worker threads.
@@ -95,138 +100,193 @@ std::vector<std::vector<const PlannedFile*>> groupByRate(const std::vector<Plann
   return groups;
 }
 
-// Renders one group: every channel of every file in a lane of its own.
-void renderGroup(const std::vector<const PlannedFile*>& group, const RenderSetRequest& request,
-                 SetProgress& progress) {
-  const RenderSettings& settings = request.settings;
-  const size_t block = static_cast<size_t>(settings.blockSize);
-  const size_t chunk = (kChunkTarget + block - 1) / block * block;  // whole blocks per round
-  std::vector<OpenFile> files;
-  for (const PlannedFile* plan : group) {
-    try {
-      OpenFile f;
-      f.plan = plan;
-      f.reader = std::make_unique<SoundFileReader>(plan->input);
-      f.output = std::make_unique<SafeOutputFile>(plan->output);
-      f.writer = std::make_unique<SoundFileWriter>(f.output->fd(), plan->output, plan->format,
-                                                   plan->channels, plan->sampleRate);
-      f.interleaved.resize(chunk * static_cast<size_t>(plan->channels));
-      f.planar.assign(static_cast<size_t>(plan->channels), std::vector<double>(chunk));
-      files.push_back(std::move(f));
-    } catch (const HostError& e) {
-      progress.failed(plan->input, e.what());
+// Renders one group: every channel of every file in a lane of its own. A
+// three-stage pipeline over rounds of `chunk` frames per file: while round r
+// is processed, round r + 1 is read and round r - 1 written, each on its own
+// thread, so memory stays at three rounds however long the files are.
+class GroupRender {
+ public:
+  GroupRender(const std::vector<const PlannedFile*>& group, const RenderSetRequest& request,
+              SetProgress& progress)
+      : settings_(request.settings),
+        progress_(progress),
+        block_(static_cast<size_t>(settings_.blockSize)),
+        chunk_((kChunkTarget + block_ - 1) / block_ * block_),  // whole blocks per round
+        inputGain_(gainOfDb(settings_.inputGainDb)),
+        outputGain_(gainOfDb(settings_.outputGainDb)),
+        kernel_(ms::bestKernel()) {
+    for (const PlannedFile* plan : group) open(*plan);
+    for (auto& f : files_)
+      for (int c = 0; c < f->plan->channels; ++c) lanes_.push_back({f.get(), c});
+    const ms::Knobs knobs{settings_.knobs.sustain, settings_.knobs.tone, settings_.knobs.volume,
+                          settings_.knobs.on ? 1.0f : 0.0f};
+    const float rate = group.empty() ? 48000.0f : static_cast<float>(group.front()->sampleRate);
+    for (size_t first = 0; first < lanes_.size(); first += static_cast<size_t>(kernel_.lanes)) {
+      batches_.push_back(std::make_unique<ms::StreamBatch>(rate, kernel_));
+      for (int l = 0; l < kernel_.lanes && first + static_cast<size_t>(l) < lanes_.size(); ++l)
+        batches_.back()->startStream(l, knobs);
+    }
+    if (settings_.preroll) preroll();
+  }
+
+  void run() {
+    read(0);
+    int r = 0;
+    for (; anyFrames(r % kRounds); ++r) {
+      std::thread writer;
+      if (r > 0) writer = std::thread(&GroupRender::write, this, (r - 1) % kRounds);
+      std::thread reader(&GroupRender::read, this, (r + 1) % kRounds);
+      process(r % kRounds);
+      reader.join();
+      if (writer.joinable()) writer.join();
+    }
+    if (r > 0) write((r - 1) % kRounds);  // the last processed round
+  }
+
+  // Commits every file that did not fail (a failed one leaves its target as it was).
+  void commit() {
+    for (auto& f : files_) {
+      if (f->failed) continue;
+      try {
+        f->writer->close();
+        f->output->commit();
+        progress_.rendered(*f->plan);
+      } catch (const HostError& e) {
+        progress_.failed(f->plan->input, e.what());
+      }
     }
   }
 
-  // Lanes: (file, channel) pairs, batch by batch.
+ private:
   struct Lane {
     OpenFile* file;
     int channel;
   };
-  std::vector<Lane> lanes;
-  for (OpenFile& f : files)
-    for (int c = 0; c < f.plan->channels; ++c) lanes.push_back({&f, c});
-  const ms::KernelChoice kernel = ms::bestKernel();
-  const ms::Knobs knobs{settings.knobs.sustain, settings.knobs.tone, settings.knobs.volume,
-                        settings.knobs.on ? 1.0f : 0.0f};
-  const double inputGain = gainOfDb(settings.inputGainDb),
-               outputGain = gainOfDb(settings.outputGainDb);
-  std::vector<std::unique_ptr<ms::StreamBatch>> batches;
-  for (size_t first = 0; first < lanes.size(); first += static_cast<size_t>(kernel.lanes)) {
-    batches.push_back(
-        std::make_unique<ms::StreamBatch>(static_cast<float>(group.front()->sampleRate), kernel));
-    for (int l = 0; l < kernel.lanes && first + static_cast<size_t>(l) < lanes.size(); ++l)
-      batches.back()->startStream(l, knobs);
-  }
-  if (settings.preroll) {  // one block of silence through every lane, its output dropped
-    const std::vector<double> silence(block, 0.0);
-    std::vector<double> dropped(block * static_cast<size_t>(kernel.lanes));
-    std::vector<const double*> in(static_cast<size_t>(kernel.lanes), silence.data());
-    std::vector<double*> out(static_cast<size_t>(kernel.lanes));
-    std::vector<int32_t> n(static_cast<size_t>(kernel.lanes), static_cast<int32_t>(block));
-    for (size_t l = 0; l < out.size(); ++l) out[l] = dropped.data() + l * block;
-    for (auto& batch : batches) batch->processBlock(in.data(), out.data(), n.data());
-  }
 
-  for (;;) {
-    bool any = false;
-    for (OpenFile& f : files) {
-      f.chunkFrames = 0;
-      if (f.finished) continue;
-      try {
-        f.chunkFrames = f.reader->read(f.interleaved.data(), chunk);
-      } catch (const HostError& e) {
-        progress.failed(f.plan->input, e.what());
-        f.finished = true;
-        f.output.reset();  // not committed: the target stays as it was
-        continue;
-      }
-      if (f.chunkFrames == 0) {
-        f.finished = true;
-        continue;
-      }
-      any = true;
-      const size_t channels = static_cast<size_t>(f.plan->channels);
-      if (inputGain != 1.0)
-        for (size_t i = 0; i < f.chunkFrames * channels; ++i) f.interleaved[i] *= inputGain;
-      for (size_t i = 0; i < f.chunkFrames; ++i)
-        for (size_t c = 0; c < channels; ++c) f.planar[c][i] = f.interleaved[i * channels + c];
+  void open(const PlannedFile& plan) {
+    try {
+      auto f = std::make_unique<OpenFile>();
+      f->plan = &plan;
+      f->reader = std::make_unique<SoundFileReader>(plan.input);
+      f->output = std::make_unique<SafeOutputFile>(plan.output);
+      f->writer = std::make_unique<SoundFileWriter>(f->output->fd(), plan.output, plan.format,
+                                                    plan.channels, plan.sampleRate);
+      for (auto& buffer : f->frames) buffer.resize(chunk_ * static_cast<size_t>(plan.channels));
+      f->planar.assign(static_cast<size_t>(plan.channels), std::vector<double>(chunk_));
+      files_.push_back(std::move(f));
+    } catch (const HostError& e) {
+      progress_.failed(plan.input, e.what());
     }
-    if (!any) break;
+  }
 
-    for (size_t b = 0; b < batches.size(); ++b) {
-      const size_t first = b * static_cast<size_t>(kernel.lanes);
-      std::vector<const double*> in(static_cast<size_t>(kernel.lanes));
-      std::vector<double*> out(static_cast<size_t>(kernel.lanes));
-      std::vector<int32_t> n(static_cast<size_t>(kernel.lanes));
-      for (size_t pos = 0; pos < chunk; pos += block) {
+  void fail(OpenFile& f, const char* reason) {
+    if (!f.failed.exchange(true)) progress_.failed(f.plan->input, reason);
+  }
+
+  // One block of silence through every lane, its output dropped.
+  void preroll() {
+    const size_t lanes = static_cast<size_t>(kernel_.lanes);
+    const std::vector<double> silence(block_, 0.0);
+    std::vector<double> dropped(block_ * lanes);
+    std::vector<const double*> in(lanes, silence.data());
+    std::vector<double*> out(lanes);
+    std::vector<int32_t> n(lanes, static_cast<int32_t>(block_));
+    for (size_t l = 0; l < lanes; ++l) out[l] = dropped.data() + l * block_;
+    for (auto& batch : batches_) batch->processBlock(in.data(), out.data(), n.data());
+  }
+
+  // Reader stage: round k of every file, input gain applied.
+  void read(int k) {
+    for (auto& f : files_) {
+      f->count[k] = 0;
+      if (f->failed || !f->reader) continue;
+      try {
+        f->count[k] = f->reader->read(f->frames[k].data(), chunk_);
+      } catch (const HostError& e) {
+        fail(*f, e.what());
+        continue;
+      }
+      if (f->count[k] == 0) f->reader.reset();  // the end of this file
+      if (inputGain_ != 1.0)
+        for (size_t i = 0; i < f->count[k] * static_cast<size_t>(f->plan->channels); ++i)
+          f->frames[k][i] *= inputGain_;
+    }
+  }
+
+  bool anyFrames(int k) const {
+    for (const auto& f : files_)
+      if (f->count[k] > 0 && !f->failed) return true;
+    return false;
+  }
+
+  // Worker stage: round k through the lanes, in place, output gain applied.
+  void process(int k) {
+    for (auto& f : files_) {
+      const size_t channels = static_cast<size_t>(f->plan->channels);
+      for (size_t i = 0; i < f->count[k]; ++i)
+        for (size_t c = 0; c < channels; ++c) f->planar[c][i] = f->frames[k][i * channels + c];
+    }
+    const size_t lanes = static_cast<size_t>(kernel_.lanes);
+    std::vector<const double*> in(lanes);
+    std::vector<double*> out(lanes);
+    std::vector<int32_t> n(lanes);
+    for (size_t b = 0; b < batches_.size(); ++b) {
+      const size_t first = b * lanes;
+      for (size_t pos = 0; pos < chunk_; pos += block_) {
         bool work = false;
-        for (size_t l = 0; l < static_cast<size_t>(kernel.lanes); ++l) {
+        for (size_t l = 0; l < lanes; ++l) {
           n[l] = 0;
-          if (first + l >= lanes.size()) continue;
-          const Lane& lane = lanes[first + l];
+          if (first + l >= lanes_.size()) continue;
+          const Lane& lane = lanes_[first + l];
+          const size_t count = lane.file->count[k];
+          if (pos >= count) continue;
           double* samples = lane.file->planar[static_cast<size_t>(lane.channel)].data() + pos;
-          if (pos < lane.file->chunkFrames) {
-            n[l] = static_cast<int32_t>(std::min(block, lane.file->chunkFrames - pos));
-            in[l] = samples;
-            out[l] = samples;
-            work = true;
-          }
+          n[l] = static_cast<int32_t>(std::min(block_, count - pos));
+          in[l] = samples;
+          out[l] = samples;
+          work = true;
         }
         if (!work) break;
-        batches[b]->processBlock(in.data(), out.data(), n.data());
+        batches_[b]->processBlock(in.data(), out.data(), n.data());
       }
     }
+    for (auto& f : files_) {
+      const size_t channels = static_cast<size_t>(f->plan->channels);
+      for (size_t i = 0; i < f->count[k]; ++i)
+        for (size_t c = 0; c < channels; ++c) f->frames[k][i * channels + c] = f->planar[c][i];
+      if (outputGain_ != 1.0)
+        for (size_t i = 0; i < f->count[k] * channels; ++i) f->frames[k][i] *= outputGain_;
+    }
+  }
 
-    for (OpenFile& f : files) {
-      if (f.chunkFrames == 0 || !f.output) continue;
-      const size_t channels = static_cast<size_t>(f.plan->channels);
-      for (size_t i = 0; i < f.chunkFrames; ++i)
-        for (size_t c = 0; c < channels; ++c) f.interleaved[i * channels + c] = f.planar[c][i];
-      if (outputGain != 1.0)
-        for (size_t i = 0; i < f.chunkFrames * channels; ++i) f.interleaved[i] *= outputGain;
+  // Writer stage: processed round k into the files.
+  void write(int k) {
+    for (auto& f : files_) {
+      if (f->count[k] == 0 || f->failed) continue;
       try {
-        f.writer->write(f.interleaved.data(), f.chunkFrames);
+        f->writer->write(f->frames[k].data(), f->count[k]);
       } catch (const HostError& e) {
-        progress.failed(f.plan->input, e.what());
-        f.finished = true;
-        f.writer.reset();
-        f.output.reset();
+        fail(*f, e.what());
       }
-      progress.advance(f.chunkFrames);
+      progress_.advance(f->count[k]);
     }
   }
 
-  for (OpenFile& f : files) {
-    if (!f.output) continue;
-    try {
-      f.writer->close();
-      f.output->commit();
-      progress.rendered(*f.plan);
-    } catch (const HostError& e) {
-      progress.failed(f.plan->input, e.what());
-    }
-  }
+  const RenderSettings& settings_;
+  SetProgress& progress_;
+  const size_t block_, chunk_;
+  const double inputGain_, outputGain_;
+  const ms::KernelChoice kernel_;
+  std::vector<std::unique_ptr<OpenFile>> files_;
+  std::vector<Lane> lanes_;
+  std::vector<std::unique_ptr<ms::StreamBatch>> batches_;
+};
+
+void renderGroup(const std::vector<const PlannedFile*>& group, const RenderSetRequest& request,
+                 SetProgress& progress) {
+  GroupRender render(group, request, progress);
+  render.run();
+  render.commit();
 }
 
 // An existing output that is not the input itself.

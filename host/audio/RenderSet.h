@@ -1,8 +1,9 @@
 // Renders a set of audio files into a directory with the multi-stream
 // engine: the channels of several files of one sample rate share a batch of
-// vector lanes, `jobs` threads each work through such groups, reading,
-// processing and writing one chunk at a time (memory stays bounded by the
-// chunk, however long a file is). Outputs are written atomically; existing
+// vector lanes, `jobs` threads each work through such groups, and within a
+// group reading, processing and writing overlap (a reader, worker and writer
+// stage on rounds of one chunk per file, so memory stays at three chunks
+// however long a file is). Outputs are written atomically; existing
 // outputs are skipped unless forced, so an interrupted run resumes; a file
 // that fails does not stop the others.
 #pragma once
