@@ -23,7 +23,7 @@ RenderReport renderFile(const std::shared_ptr<ModuleLibrary>& module, const Rend
   const SF_INFO& in = reader.info();
   if (in.samplerate < kMinSampleRate || in.samplerate > kMaxSampleRate)
     throw HostError(request.input + " has a sample rate of " + std::to_string(in.samplerate) +
-                    " Hz; the effect runs at 1000 to 1536000 Hz");
+                    " Hz; veltrax renders files of 1000 to 1536000 Hz");
   checkOutputTarget(request.output, request.input, request.force);
   const int format = outputFormatFor(request.output, in.format, request.sampleType, in.channels,
                                      in.samplerate);
