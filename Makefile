@@ -8,7 +8,8 @@ FUZZER = build/fuzz/fuzz/host_interface_fuzzer
 # The end-to-end tests valgrind runs (tools/valgrind-subset.sh).
 VALGRIND_TESTS = plugin_entry_test parameters_programs_test signal_chain_test soak_test sample_rate_sweep_test
 
-.PHONY: setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean
+.PHONY: setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean \
+        deb package-test arm64
 
 setup:
 	@tools/setup.sh
@@ -62,6 +63,28 @@ valgrind: setup
 	cmake --preset release
 	cmake --build --preset release -j $(JOBS) --target $(VALGRIND_TESTS)
 	tools/valgrind-subset.sh build/release
+
+# Debian package veltrax_<version>_<arch>.deb in build/deb[-arm64]/, checked
+# by lintian. ARCH=arm64 cross-builds it (cmake/aarch64-linux-gnu.cmake).
+ARCH       ?= $(shell dpkg --print-architecture)
+DEB_PRESET  = $(if $(filter arm64,$(ARCH)),deb-arm64,deb)
+DEB_TARGETS = veltrax_module veltrax_cli veltrax_lv2_bundle veltrax_changelog
+deb: setup
+	cmake --preset $(DEB_PRESET)
+	cmake --build --preset $(DEB_PRESET) -j $(JOBS) --target $(DEB_TARGETS)
+	cd build/$(DEB_PRESET) && DEB_HOST_ARCH=$(ARCH) cpack -G DEB
+	lintian --fail-on error,warning \
+	  build/$(DEB_PRESET)/veltrax_*_$(ARCH).deb
+
+# Installs the package into a bare Debian 12 root, uses it and purges it.
+package-test: deb
+	tools/package-test.sh build/$(DEB_PRESET)/veltrax_*_$(ARCH).deb
+
+# 64-bit Arm cross build; its tests run under qemu-aarch64.
+arm64: setup
+	cmake --preset arm64
+	cmake --build --preset arm64 -j $(JOBS)
+	ctest --preset arm64 -j $(JOBS)
 
 clean:
 	rm -rf build demo-out

@@ -4,6 +4,7 @@
 // audio through if it had none.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <limits>
@@ -41,10 +42,12 @@ const float kInvalidRates[] = {0.0f,
 const float kKnobs[][4] = {{1.0f, 1.0f, 0.0f, 1.0f}, {1.0f, 1.0f, 1.0f, 1.0f},
                            {1.0f, 0.0f, 1.0f, 0.0f}, {1.0f, 0.5f, 0.5f, 0.5f}};
 
-// Half a second (a tenth under a sanitizer or valgrind) of a loud chord
-// with noise and a click train on top.
+// Half a second (a tenth under a sanitizer or valgrind), but at most 2^18
+// samples (2^17), of a loud chord with noise and a click train on top.
 std::vector<double> testSignal(double rate) {
-  auto signal = noise(0.2, static_cast<size_t>(rate / static_cast<double>(runLength(2, 10))), 17);
+  const double seconds = 1.0 / static_cast<double>(runLength(2, 10));
+  const double most = static_cast<double>(runLength(1 << 18, 1 << 17));
+  auto signal = noise(0.2, static_cast<size_t>(std::min(rate * seconds, most)), 17);
   for (size_t i = 0; i < signal.size(); ++i) {
     const double t = static_cast<double>(i) / rate;
     signal[i] += 0.8 * std::sin(2 * M_PI * 110.0 * t) + 0.5 * std::sin(2 * M_PI * 1234.5 * t);
