@@ -47,11 +47,11 @@ else
   mkdir -p "$(dirname "$cache")" && tar -C "$root" -cf "$cache.part" . && mv "$cache.part" "$cache"
 fi
 mount -t proc proc "$root/proc"
-in_root() { chroot "$root" env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 "$@"; }
+in_root() { chroot "$root" env -i HOME=/tmp/home PATH=/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 "$@"; }
 # On the target: directly for amd64, under qemu with the root as its file system for arm64.
 run_target() {
   if [ "$arch" = arm64 ]; then
-    env -i HOME=/root PATH=/usr/bin:/bin LV2_PATH=/usr/lib/lv2 qemu-aarch64 -L "$root" "$root$1" "${@:2}"
+    env -i HOME=$root/tmp/home PATH=/usr/bin:/bin LV2_PATH=/usr/lib/lv2 qemu-aarch64 -L "$root" "$root$1" "${@:2}"
   else
     in_root "$@"
   fi
@@ -59,6 +59,9 @@ run_target() {
 apt_in_root() { in_root apt-get -qq -o=Dpkg::Use-Pty=0 "$@" >>"$work/apt.log" 2>&1 || { tail -20 "$work/apt.log"; fail "apt-get $*"; }; }
 
 step "dependencies"
+# Downloaded packages are kept in build/package-test/archives between runs.
+archives=$(dirname "$cache")/archives
+mkdir -p "$archives" && cp -n "$archives"/*.deb "$root/var/cache/apt/archives/" 2>/dev/null || true
 [ "$arch" = amd64 ] || in_root dpkg --add-architecture "$arch"
 apt_in_root update
 depends=$(dpkg-deb -f "$deb" Depends)
@@ -69,6 +72,7 @@ snapshot() {
   (cd "$root" && find . -xdev -path ./proc -prune -o -path ./tmp -prune -o -path ./var/lib/dpkg -prune \
     -o -path ./var/log -prune -o -path ./var/cache -prune -o -print | sort)
 }
+cp -n "$root"/var/cache/apt/archives/*.deb "$archives/" 2>/dev/null || true
 snapshot >"$work/before"
 
 step "install $(basename "$deb")"
@@ -77,7 +81,9 @@ in_root dpkg -i "/tmp/$(basename "$deb")"
 
 step "use"
 run_target /usr/bin/veltrax info | grep -q . || fail "veltrax info printed nothing"
-in_root mkdir -p /tmp/demo
+# Programs run with HOME in /tmp (matplotlib keeps a cache there): what a
+# user's runs leave in their home is theirs, not the package's.
+in_root mkdir -p /tmp/demo /tmp/home
 # The demo directory as the target program sees it.
 demo=/tmp/demo
 if [ "$arch" = amd64 ]; then
