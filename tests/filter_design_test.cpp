@@ -87,7 +87,9 @@ TEST(FilterDesign, StageSectionsAtExtremeRatesHonourTheHalfRateLimit) {
       const double dc = magnitude(s, 0, rate), atFrq = magnitude(s, prm.frq, rate), top = magnitude(s, nyquist, rate);
       const std::string where = std::to_string(c.num) + "/" + std::to_string(c.frq) + " at " + std::to_string(rate);
       if (c.frq >= nyquist) {
-        if (c.num == 0 || c.num == 12) EXPECT_NEAR(magnitude(s, rate / 8, rate), 1.0, 1e-6) << where;
+        if (c.num == 0 || c.num == 12) {
+          EXPECT_NEAR(magnitude(s, rate / 8, rate), 1.0, 1e-6) << where;
+        }
         continue;
       }
       switch (c.num) {
