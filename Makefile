@@ -9,7 +9,8 @@ FUZZER = build/fuzz/fuzz/host_interface_fuzzer
 VALGRIND_TESTS = plugin_entry_test parameters_programs_test signal_chain_test soak_test sample_rate_sweep_test
 
 .DEFAULT_GOAL := help
-.PHONY: help setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean web serve-web
+.PHONY: help setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean web serve-web \
+        deb package-test arm64
 
 # Plain `make` lists the targets instead of starting the set-up.
 help:
@@ -28,6 +29,9 @@ help:
 	@echo "  make setup     only install the missing Debian packages (tools/setup.sh)"
 	@echo "  make web       build the pedal page into build/web/ (WebAssembly)"
 	@echo "  make serve-web serve it on http://localhost:8000"
+	@echo "  make deb       Debian package (ARCH=arm64 for the arm64 one), checked by lintian"
+	@echo "  make package-test  install, use and purge the package in a bare Debian 12 root"
+	@echo "  make arm64     arm64 cross build and its tests under qemu-aarch64"
 	@echo "  make clean     remove build/ and demo-out/"
 	@echo "CI runs everything with: bash .ci/run"
 
@@ -83,6 +87,28 @@ valgrind: setup
 	cmake --preset release
 	cmake --build --preset release -j $(JOBS) --target $(VALGRIND_TESTS)
 	tools/valgrind-subset.sh build/release
+
+# Debian package veltrax_<version>_<arch>.deb in build/deb[-arm64]/, checked
+# by lintian. ARCH=arm64 cross-builds it (cmake/aarch64-linux-gnu.cmake).
+ARCH       ?= $(shell dpkg --print-architecture)
+DEB_PRESET  = $(if $(filter arm64,$(ARCH)),deb-arm64,deb)
+DEB_TARGETS = veltrax_module veltrax_cli veltrax_lv2_bundle veltrax_changelog
+deb: setup
+	cmake --preset $(DEB_PRESET)
+	cmake --build --preset $(DEB_PRESET) -j $(JOBS) --target $(DEB_TARGETS)
+	cd build/$(DEB_PRESET) && DEB_HOST_ARCH=$(ARCH) cpack -G DEB
+	lintian --fail-on error,warning \
+	  build/$(DEB_PRESET)/veltrax_*_$(ARCH).deb
+
+# Installs the package into a bare Debian 12 root, uses it and purges it.
+package-test: deb
+	tools/package-test.sh build/$(DEB_PRESET)/veltrax_*_$(ARCH).deb
+
+# 64-bit Arm cross build; its tests run under qemu-aarch64.
+arm64: setup
+	cmake --preset arm64
+	cmake --build --preset arm64 -j $(JOBS)
+	ctest --preset arm64 -j $(JOBS)
 
 # The pedal page (WebAssembly engine + static files) in build/web/.
 web: setup
