@@ -92,7 +92,8 @@ valgrind: setup
 # by lintian. ARCH=arm64 cross-builds it (cmake/aarch64-linux-gnu.cmake).
 ARCH       ?= $(shell dpkg --print-architecture)
 DEB_PRESET  = $(if $(filter arm64,$(ARCH)),deb-arm64,deb)
-DEB_TARGETS = veltrax_module veltrax_cli veltrax_lv2_bundle veltrax_changelog
+# The Python module is built natively only (a cross build has no target interpreter).
+DEB_TARGETS = veltrax_module veltrax_cli veltrax_lv2_bundle veltrax_changelog $(if $(filter arm64,$(ARCH)),,_veltrax)
 deb: setup
 	cmake --preset $(DEB_PRESET)
 	cmake --build --preset $(DEB_PRESET) -j $(JOBS) --target $(DEB_TARGETS)

@@ -50,6 +50,9 @@ set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "${depends}")
+# prerm: the Python module's byte-code caches go with the package.
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/debian/prerm)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "jalv | lv2-host")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "fuzz/distortion pedal circuit model: plug-in, LV2 and command line")
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION [[

@@ -97,6 +97,9 @@ demo=/tmp/demo
 if [ "$arch" = amd64 ]; then
   run_target /usr/bin/veltrax demo "$demo" >/dev/null || fail "veltrax demo failed"
   [ -s "$root/tmp/demo/dry.wav" ] || fail "veltrax demo wrote no dry.wav"
+  run_target /usr/bin/python3 -c 'import numpy, veltrax
+y = veltrax.Pedal(48000, preset="doom").process(numpy.sin(numpy.arange(4800) * 0.05))
+assert y.shape == (4800,) and 0 < abs(y).max() < 1' || fail "the Python module does not import and process"
 else
   # The demo draws its figures with python3, a second target program that
   # qemu-user cannot start without binfmt_misc: render a sound file instead.
