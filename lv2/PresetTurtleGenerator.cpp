@@ -17,10 +17,10 @@
 #include <sstream>
 #include <string>
 
-#include "host/NamedPresets.h"
 #include "lv2/ControlMapping.h"
 #include "lv2/PluginIdentity.h"
 #include "lv2/Ports.h"
+#include "presets/NamedPresets.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
-#include "host/HostError.h"
-#include "host/OutputFormat.h"
+#include "host/audio/OutputFormat.h"
+#include "host/common/HostError.h"
 
 using namespace veltrax::host;
 

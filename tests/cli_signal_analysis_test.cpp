@@ -5,10 +5,10 @@
 #include <cmath>
 #include <complex>
 
-#include "host/DemoRiff.h"
-#include "host/Levels.h"
-#include "host/PluckedString.h"
-#include "host/FourierAnalysis.h"
+#include "host/analysis/FourierAnalysis.h"
+#include "host/common/Levels.h"
+#include "host/demo/DemoRiff.h"
+#include "host/demo/PluckedString.h"
 
 using namespace veltrax::host;
 

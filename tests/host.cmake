@@ -4,8 +4,9 @@ if(NOT TARGET veltrax_cli)
   return()
 endif()
 
-veltrax_test(cli_signal_analysis_test SOURCES cli_signal_analysis_test.cpp LIBS veltrax_host LABELS cli)
-veltrax_test(cli_output_format_test SOURCES cli_output_format_test.cpp LIBS veltrax_host LABELS cli)
+veltrax_test(cli_signal_analysis_test SOURCES cli_signal_analysis_test.cpp
+             LIBS veltrax_host_analysis veltrax_host_demo LABELS cli)
+veltrax_test(cli_output_format_test SOURCES cli_output_format_test.cpp LIBS veltrax_host_audio LABELS cli)
 
 if(NOT TARGET veltrax_module)
   return()
@@ -13,7 +14,8 @@ endif()
 
 add_library(veltrax_refusing_module MODULE host_refusing_module.cpp)
 target_include_directories(veltrax_refusing_module PRIVATE ${PROJECT_SOURCE_DIR})
-veltrax_test(host_library_test SOURCES host_library_test.cpp LIBS veltrax_host LABELS cli NEEDS_MODULE)
+veltrax_test(host_library_test SOURCES host_library_test.cpp
+             LIBS veltrax_host_audio veltrax_host_analysis LABELS cli NEEDS_MODULE)
 add_dependencies(host_library_test veltrax_refusing_module)
 target_compile_definitions(host_library_test PRIVATE
   VELTRAX_REFUSING_MODULE_PATH="$<TARGET_FILE:veltrax_refusing_module>")

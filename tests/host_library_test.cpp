@@ -7,11 +7,11 @@
 #include <cmath>
 #include <functional>
 
-#include "host/ChannelBank.h"
-#include "host/EffectInstance.h"
-#include "host/HostError.h"
-#include "host/KnobSettings.h"
-#include "host/Measurements.h"
+#include "host/analysis/Measurements.h"
+#include "host/audio/ChannelBank.h"
+#include "host/common/HostError.h"
+#include "host/plugin/EffectInstance.h"
+#include "host/plugin/KnobSettings.h"
 
 using namespace veltrax::host;
 using testing::HasSubstr;

@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "host/NamedPresets.h"
 #include "lv2/PluginIdentity.h"
 #include "lv2_test_support.h"
+#include "presets/NamedPresets.h"
 
 namespace {
 

@@ -12,11 +12,11 @@
 #include <lv2/core/lv2.h>
 #include <lv2/presets/presets.h>
 
-#include "host/NamedPresets.h"
 #include "lv2/ControlMapping.h"
 #include "lv2/PluginIdentity.h"
 #include "lv2/Ports.h"
 #include "lv2_test_support.h"
+#include "presets/NamedPresets.h"
 
 namespace {
 

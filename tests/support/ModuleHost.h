@@ -13,7 +13,7 @@
 #include "VtableCall.h"
 #include "frame/AEffect.h"
 #include "frame/HostExtensionSlots.h"
-#include "host/InterfaceObject.h"
+#include "host/plugin/InterfaceObject.h"
 
 namespace testhost {
 

@@ -1,0 +1,49 @@
+// The subcommands of `veltrax`. Each returns the process exit code and
+// throws HostError (exit 1) or UsageError (exit 2) on failure.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "host/common/HostError.h"
+
+namespace veltrax::host {
+
+// A command line that parses but asks for something impossible.
+class UsageError : public HostError {
+ public:
+  using HostError::HostError;
+};
+
+struct RenderOptions {
+  std::string input, output;
+  std::string module;
+  std::string preset;
+  std::optional<double> sustain, tone, volume;
+  bool off = false;
+  int scale = 1;  // 1: knob values 0..1; 10: the pedal's dial 0..10
+  int blockSize = 512;
+  bool force = false;
+  std::string subtype;  // empty: as the input
+};
+
+struct DemoOptions {
+  std::string directory = "demo-out";
+  std::string module;
+};
+
+struct InfoOptions {
+  std::string module;
+};
+
+struct PlotOptions {
+  std::string directory;
+  std::string module;
+};
+
+int runRender(const RenderOptions& options);
+int runDemo(const DemoOptions& options);
+int runInfo(const InfoOptions& options);
+int runPlot(const PlotOptions& options);
+
+}  // namespace veltrax::host
