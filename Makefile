@@ -8,7 +8,7 @@ FUZZER = build/fuzz/fuzz/host_interface_fuzzer
 # The end-to-end tests valgrind runs (tools/valgrind-subset.sh).
 VALGRIND_TESTS = plugin_entry_test parameters_programs_test signal_chain_test soak_test sample_rate_sweep_test
 
-.PHONY: setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean
+.PHONY: setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean mutants mutants-ci
 
 setup:
 	@tools/setup.sh
@@ -62,6 +62,14 @@ valgrind: setup
 	cmake --preset release
 	cmake --build --preset release -j $(JOBS) --target $(VALGRIND_TESTS)
 	tools/valgrind-subset.sh build/release
+
+# Mutation testing (tools/mutants): every mutant in tools/mutants/mutants.txt
+# on a scratch copy under build/mutants, or the fixed five-mutant sample CI runs.
+mutants: setup
+	tools/mutants/run_mutants.py --markdown
+
+mutants-ci: setup
+	tools/mutants/run_mutants.py --sample
 
 clean:
 	rm -rf build demo-out
