@@ -17,7 +17,9 @@
 
 #include "bench/BenchSignal.h"
 #include "bench/FastStages.h"
+#include "dsp/ChainShape.h"
 #include "dsp/Clipper.h"
+#include "dsp/CpuFeatures.h"
 #include "dsp/IIRFilter.h"
 #include "dsp/OversamplingFilter.h"
 #include "dsp/StageTables.h"
@@ -26,16 +28,20 @@ namespace {
 
 constexpr double kRate = 48000.0;
 constexpr size_t kFrames = 12000;
-enum { kPre, kPost, kPower, kRevise };
+using veltrax::chain::kPost;
+using veltrax::chain::kPower;
+using veltrax::chain::kPre;
+using veltrax::chain::kRevise;
 
 // The four cascades designed from the stage tables, as the sample-rate setup builds them.
 struct Cascades {
-  std::vector<std::unique_ptr<IIRFilter>> stages[4];
+  std::vector<std::unique_ptr<IIRFilter>> stages[veltrax::chain::kCascadeCount];
   Cascades() {
-    for (int c = 0; c < 4; ++c) {
+    for (int c = 0; c < veltrax::chain::kCascadeCount; ++c) {
       const StageTable& t = kStageTables[c];
+      const double rate = veltrax::chain::kCascades[c].rateMultiple * kRate;
       for (int32_t i = 0; i < t.count; ++i) {
-        filterPrm_tag prm = stageDesign(t.num[i], t.frq[i], t.q[i], t.gain[i], c == kPost ? 4.0 * kRate : kRate);
+        filterPrm_tag prm = stageDesign(t.num[i], t.frq[i], t.q[i], t.gain[i], rate);
         stages[c].push_back(std::make_unique<IIRFilter>(&prm));
       }
     }
@@ -83,7 +89,7 @@ void plainClipper(benchmark::State& state) {
   for (auto _ : state) {
     for (size_t i = 0; i < kFrames; ++i) {
       double z0 = 0.0;
-      for (int pass = 0; pass < 4; ++pass) {
+      for (int pass = 0; pass < veltrax::chain::kOversampling; ++pass) {
         const double y = oversamplingStep(up, os.feedback, os.feedforward, pass == 0 ? in[i] : 0.0);
         double h = (y > 0.00125 ? 0.00125 : (y > -0.001 ? y : -0.001)) * 800.0;
         for (auto& section : k.stages[kPost]) section->iirProcessing(&h);
@@ -117,17 +123,16 @@ struct FastSetup {
   veltrax::fast::Block block{};
   FastSetup() {
     Cascades k;
-    const IIRFilter* bankA[8] = {k.stages[kPre][0].get(),   k.stages[kPre][1].get(),
-                                 k.stages[kPre][2].get(),   k.stages[kPre][3].get(),
-                                 k.stages[kPower][0].get(), k.stages[kPower][1].get(),
-                                 k.stages[kPower][2].get(), k.stages[kPower][3].get()};
-    for (int lane = 0; lane < 8; ++lane)
+    for (int lane = 0; lane < veltrax::chain::kLanes; ++lane) {
+      const veltrax::chain::LaneSlot a = veltrax::chain::kBankA[lane];
+      const veltrax::chain::LaneSlot b = veltrax::chain::kBankB[lane];
       for (int i = 0; i < 5; ++i) {
-        state.a.coef[i][lane] = bankA[lane]->coef[i];
-        state.b.coef[i][lane] = k.stages[kRevise][lane]->coef[i];
+        state.a.coef[i][lane] = k.stages[a.cascade][a.section]->coef[i];
+        state.b.coef[i][lane] = k.stages[b.cascade][b.section]->coef[i];
       }
+    }
     for (auto& g : state.glide) g.ipPos = 1.0;  // glides over
-    for (int s = 0; s < 2; ++s)
+    for (size_t s = 0; s < k.stages[kPost].size(); ++s)
       for (int i = 0; i < 5; ++i) state.post[s].coef[i] = k.stages[kPost][s]->coef[i];
     for (int i = 0; i < 6; ++i) {
       state.osFeedforward[i] = kOversampling48000.feedforward[i];
@@ -135,8 +140,7 @@ struct FastSetup {
     }
     // The table and its limit as one run of entries, as the effect hands them over.
     const Clipper& table = sharedTable();
-    block.clipEntries = reinterpret_cast<const double*>(reinterpret_cast<const char*>(&table) +
-                                                        offsetof(Clipper, clipTable));
+    block.clipEntries = table.entries();
     block.clipScale = table.clipScale;
   }
 };
@@ -157,12 +161,10 @@ void fastStage(benchmark::State& state, veltrax::bench::StageRun run, double inp
   benchmark::RegisterBenchmark("stage/plain/clipper", plainClipper);
   benchmark::RegisterBenchmark("stage/plain/table", plainTable);
 #if defined(__x86_64__) || defined(__i386__)
-  __builtin_cpu_init();
   std::vector<veltrax::bench::FastStages> sets;
-  if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
-      __builtin_cpu_supports("avx512dq"))
-    sets.push_back(veltrax::bench::fastStagesAvx512());
-  if (__builtin_cpu_supports("avx2")) sets.push_back(veltrax::bench::fastStagesAvx2());
+  if (veltrax::cpuHasAvx512()) sets.push_back(veltrax::bench::fastStagesAvx512());
+  if (veltrax::cpuHasAvx2()) sets.push_back(veltrax::bench::fastStagesAvx2());
+  if (!veltrax::chain::kFastLayoutFits) sets.clear();  // the kernels do not run this shape
   for (const auto& set : sets) {
     const std::string prefix = std::string("stage/") + set.isa + "/";
     benchmark::RegisterBenchmark((prefix + "cascades").c_str(), fastStage, set.cascades, 1.0);

@@ -2,6 +2,8 @@
 // 40001 steps of 0.0008, read with linear interpolation.
 #pragma once
 
+#include <cstddef>
+
 // A plain aggregate so that a static instance is zero-initialised (reads 0.0
 // everywhere) until its first build, with nothing to run at load time.
 class Clipper {
@@ -22,7 +24,18 @@ class Clipper {
   // pos = clipScale + h*clipScale, j = (int)pos,
   // (E[j+1] - E[j])*(pos - j) + E[j] with E[40001] = clipLimit.
   inline double lookup(double h) const;
+
+  // The table and its limit as one run of entries E[0 .. 2*clipScale + 1],
+  // as the fast kernels read them.
+  inline const double* entries() const;
 };
+
+inline const double* Clipper::entries() const {
+  static_assert(offsetof(Clipper, clipLimit) == offsetof(Clipper, clipTable) + sizeof(clipTable),
+                "the limit follows the table");
+  return reinterpret_cast<const double*>(reinterpret_cast<const char*>(this) +
+                                         offsetof(Clipper, clipTable));
+}
 
 inline double Clipper::lookup(double h) const {
   const double pos = clipScale + h * clipScale;

@@ -1,5 +1,5 @@
 // The fast engine in 256-bit AVX2 registers (each eight-section pipeline in
-// two of them). Compiled with -mavx2 -mno-fma (effect/CMakeLists.txt) and
+// two of them). Compiled with -mavx2 -mno-fma (cmake/InstructionSets.cmake) and
 // chosen at run time on processors that have AVX2 but not AVX-512. No FMA: a
 // fused multiply-add rounds once and would change bits.
 #if defined(__x86_64__) || defined(__i386__)

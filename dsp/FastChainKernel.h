@@ -13,7 +13,9 @@
 // Cascades. Lane k of an eight-lane pipeline holds one filter section, which
 // works one sample behind the section in lane k-1, so one vector step
 // advances eight sections. Pipeline A holds the pre cascade (lanes 0..3) and
-// the power cascade (lanes 4..7), pipeline B the revise cascade.
+// the power cascade (lanes 4..7), pipeline B the revise cascade (the layout
+// and the lags below: dsp/ChainShape.h). What differs with the register
+// width lives in dsp/FastLanes.h and dsp/FastOversamplingRow.h.
 //
 // Stages. A step s runs every stage once, each on its own sample, and each
 // stage reads what the stage before it produced in the previous step, so the
@@ -40,8 +42,10 @@
 //   zero as long as everything stays finite, and is left out. The effect
 //   runs this kernel only when a block cannot overflow them (see
 //   postCascadeIsFirstOrder); their input is clamped to -0.8 .. 1.
+#include "dsp/ChainShape.h"
 #include "dsp/FastChainState.h"
 #include "dsp/FastLanes.h"
+#include "dsp/FastOversamplingRow.h"
 
 namespace {
 
@@ -52,12 +56,12 @@ using veltrax::fast::PostSection;
 using veltrax::fast::SectionBank;
 using veltrax::fast::SwitchPath;
 
-constexpr int kInterpolateLag = 4;
-constexpr int kShapeLag = 5;
-constexpr int kDecimateLag = 6;
-constexpr int kPowerLag = 7;
-constexpr int kReviseLag = 11;
-constexpr int kOutputLag = 19;
+namespace chain = veltrax::chain;
+
+// The kernel is written for the chain's lane layout; the effect runs it only
+// while chain::kFastLayoutFits (pipeline A split at its halves, two
+// post sections, four sub-samples).
+static_assert(chain::kLanes == 8, "the pipelines are eight lanes wide");
 
 // ---------------------------------------------------------------------------
 // Cascades as skewed eight-lane pipelines.
@@ -111,13 +115,13 @@ struct Pipeline8 {
   }
 };
 
-// Pipeline A's coefficients. Power sections 2 and 3 (lanes 6 and 7) glide:
+// Pipeline A's coefficients. The tone sections (lanes chain::kGlidingLanes) glide:
 // sample j of the block uses ipDelta*t + ipStart with t = ipPos + j while
 // t <= ipLen, and for the rest of the block the set in force after the glide.
 struct Glide {
-  Coefs8 after;  // the set used outside the glide (lanes 0..5: the fixed sets)
-  Coefs8 start;  // ipStart (lanes 6, 7)
-  Coefs8 delta;  // ipDelta (lanes 6, 7)
+  Coefs8 after;  // the set used outside the glide (other lanes: the fixed sets)
+  Coefs8 start;  // ipStart (gliding lanes)
+  Coefs8 delta;  // ipDelta (gliding lanes)
   Lanes8 pos0;   // ipPos at the block's start, minus the lane's lag
   Lanes8 len;    // ipLen; -inf for the lanes that never glide
   bool active;   // some sample of this block glides
@@ -125,9 +129,13 @@ struct Glide {
   void load(const Coefs8& fixed, const GlideState* glides, Lanes8 lag) {
     active = false;
     after = fixed;
-    for (int g = 0; g < 2; ++g) {
+    const Lanes8 zero = Lanes8::splat(0.0);
+    for (int i = 0; i < 5; ++i) start.c[i] = delta.c[i] = zero;
+    pos0 = zero;
+    len = Lanes8::splat(-__builtin_inf());
+    for (int g = 0; g < chain::kGlidingCount; ++g) {
       const GlideState& f = glides[g];
-      const int lane = 6 + g;
+      const int lane = chain::kGlidingLanes[g];
       if (f.ipPos <= f.ipLen) {
         active = true;
         // Once the glide has ended inside the block, the section runs with
@@ -136,34 +144,21 @@ struct Glide {
       } else {
         for (int i = 0; i < 5; ++i) after.c[i].set(lane, f.ipDelta[i] * f.ipPos + f.ipStart[i]);
       }
-    }
-    const GlideState &g6 = glides[0], &g7 = glides[1];
-    const double never = -__builtin_inf();
-    for (int i = 0; i < 5; ++i) {
-      start.c[i] = Lanes8::of(0, 0, 0, 0, 0, 0, g6.ipStart[i], g7.ipStart[i]);
-      delta.c[i] = Lanes8::of(0, 0, 0, 0, 0, 0, g6.ipDelta[i], g7.ipDelta[i]);
+      for (int i = 0; i < 5; ++i) {
+        start.c[i].set(lane, f.ipStart[i]);
+        delta.c[i].set(lane, f.ipDelta[i]);
+      }
+      pos0.set(lane, f.ipPos);
+      len.set(lane, f.ipLen);
     }
     // t = ipPos + (s - lag): the block's sample index counted from ipPos.
-    pos0 = Lanes8::of(0, 0, 0, 0, 0, 0, g6.ipPos, g7.ipPos) - lag;
-    len = Lanes8::of(never, never, never, never, never, never, g6.ipLen, g7.ipLen);
+    pos0 = pos0 - lag;
   }
 
   FAST_INLINE Coefs8 at(int s) const {
-#if FAST_CHAIN_LANES == 8
-    const Lanes8 t = pos0 + Lanes8::splat(static_cast<double>(s));
-    const Mask8 gliding = t <= len;
     Coefs8 c;
-    for (int i = 0; i < 5; ++i) c.c[i] = select(gliding, delta.c[i] * t + start.c[i], after.c[i]);
+    glideUpperLanes(c.c, pos0, len, delta.c, start.c, after.c, static_cast<double>(s));
     return c;
-#else
-    // Lanes 0..3 never glide: only the upper half is worked out.
-    const V4 t = pos0.hi + splat4(static_cast<double>(s));
-    const M4 gliding = t <= len.hi;
-    Coefs8 c;
-    for (int i = 0; i < 5; ++i)
-      c.c[i] = Lanes8(after.c[i].lo, gliding ? delta.c[i].hi * t + start.c[i].hi : after.c[i].hi);
-    return c;
-#endif
   }
 
   // Glide bookkeeping after n samples, as n calls of the per-sample glide leave it.
@@ -182,110 +177,8 @@ struct Glide {
 };
 
 // ---------------------------------------------------------------------------
-// The four-times oversampled clipping section.
-
-// The fifth-order oversampling low-pass
-//   y = f0 v + s0;  s_k = (f_(k+1) v + c_(k+1) y) + s_(k+1),  k = 0..4
-// s5 is never written. Lane k of a vector updates s_k: with 512-bit
-// registers the whole row is one vector (fewest instructions); with 256-bit
-// ones s0 stays a scalar and s1..s4 fill one register (an eight-lane row
-// would take two).
-#if FAST_CHAIN_LANES == 8
-
-struct OversamplingRow {
-  V8 s;  // s0 .. s4; lanes 5..7 hold nothing that is read back
-  double s5;
-
-  void load(const double* r) {
-    s = V8{r[0], r[1], r[2], r[3], r[4], 0.0, 0.0, 0.0};
-    s5 = r[5];
-  }
-  void store(double* r) const {
-    for (int i = 0; i < 5; ++i) r[i] = s[i];
-  }
-};
-
-struct OversamplingCoefs {
-  double f0;
-  V8 c, f;  // c1..c5, f1..f5
-
-  void load(const double* feedback, const double* feedforward) {
-    f0 = feedforward[0];
-    c = V8{feedback[0], feedback[1], feedback[2], feedback[3], feedback[4], 0.0, 0.0, 0.0};
-    f = V8{feedforward[1], feedforward[2], feedforward[3], feedforward[4], feedforward[5], 0.0, 0.0, 0.0};
-  }
-
-  // [s1, s2, s3, s4, s5, ...]: the entry each of s0..s4 adds.
-  static FAST_INLINE V8 next(const OversamplingRow& r) {
-    return __builtin_shufflevector(r.s, splat8(r.s5), 1, 2, 3, 4, 8, 8, 8, 8);
-  }
-
-  FAST_INLINE double step(OversamplingRow& r, double v) const {
-    const double y = f0 * v + r.s[0];
-    r.s = (f * splat8(v) + c * splat8(y)) + next(r);
-    return y;
-  }
-
-  // The same step for v = 0, without the f*0 terms.
-  FAST_INLINE double stepZeroInput(OversamplingRow& r) const {
-    const double y = r.s[0];
-    r.s = c * splat8(y) + next(r);
-    return y;
-  }
-};
-
-#else
-
-struct OversamplingRow {
-  double s0;
-  V4 s14;  // s1, s2, s3, s4
-  double s5;
-
-  void load(const double* r) {
-    s0 = r[0];
-    s14 = V4{r[1], r[2], r[3], r[4]};
-    s5 = r[5];
-  }
-  void store(double* r) const {
-    r[0] = s0;
-    for (int i = 0; i < 4; ++i) r[1 + i] = s14[i];
-  }
-};
-
-struct OversamplingCoefs {
-  double c1, f0, f1;
-  V4 c25, f25;  // c2..c5, f2..f5
-
-  void load(const double* feedback, const double* feedforward) {
-    c1 = feedback[0];
-    f0 = feedforward[0];
-    f1 = feedforward[1];
-    c25 = V4{feedback[1], feedback[2], feedback[3], feedback[4]};
-    f25 = V4{feedforward[2], feedforward[3], feedforward[4], feedforward[5]};
-  }
-
-  // [s2, s3, s4, s5]: the entries each of s1..s4 adds.
-  static FAST_INLINE V4 next(const OversamplingRow& r) {
-    return __builtin_shufflevector(r.s14, splat4(r.s5), 1, 2, 3, 4);
-  }
-
-  FAST_INLINE double step(OversamplingRow& r, double v) const {
-    const double y = f0 * v + r.s0;
-    r.s0 = (f1 * v + c1 * y) + r.s14[0];
-    r.s14 = (f25 * splat4(v) + c25 * splat4(y)) + next(r);
-    return y;
-  }
-
-  // The same step for v = 0, without the f*0 terms.
-  FAST_INLINE double stepZeroInput(OversamplingRow& r) const {
-    const double y = r.s0;
-    r.s0 = c1 * y + r.s14[0];
-    r.s14 = c25 * splat4(y) + next(r);
-    return y;
-  }
-};
-
-#endif
+// The four-times oversampled clipping section (its filter rows:
+// dsp/FastOversamplingRow.h).
 
 // A first-order post section with z2 left out (it stays a zero):
 //   y = b0 x + z1;  z1 = b1 x + (-a1) y
@@ -442,9 +335,8 @@ struct Engine {
   Ramp volume, sustain, tone;
 
   Engine(ChainState& st, const Block& block) : b(block), n(block.n) {
-    const double p = kPowerLag, q = kReviseLag;
-    a.load(st.a, Lanes8::of(0, 1, 2, 3, p, p + 1, p + 2, p + 3));
-    r.load(st.b, Lanes8::of(q, q + 1, q + 2, q + 3, q + 4, q + 5, q + 6, q + 7));
+    a.load(st.a, Lanes8::load(chain::kBankALags));
+    r.load(st.b, Lanes8::load(chain::kBankBLags));
     glide.load(a.k, st.glide, a.lag);
     clipper.os.load(st.osFeedback, st.osFeedforward);
     clipper.up.load(st.osUp);
@@ -453,9 +345,9 @@ struct Engine {
     clipper.post1.load(st.post[1]);
     clipper.upper.load(clipper.post0, 0.00125 * 800.0);
     clipper.lower.load(clipper.post0, -0.001 * 800.0);
-    volume.load(block.dVolume, block.volumeStart);
-    sustain.load(block.dSustain, block.sustainStart);
-    tone.load(block.dTone, block.toneStart);
+    volume.load(block.ramps.dVolume, block.ramps.volumeStart);
+    sustain.load(block.ramps.dSustain, block.ramps.sustainStart);
+    tone.load(block.ramps.dTone, block.ramps.toneStart);
     clipper.table = block.clipEntries;
     clipper.scale = block.clipScale;
   }
@@ -463,8 +355,8 @@ struct Engine {
   void store(ChainState& st) const {
     a.store(st.a);
     r.store(st.b);
-    Glide::finish(st.glide[0], st.a, 6, b.n);
-    Glide::finish(st.glide[1], st.a, 7, b.n);
+    for (int g = 0; g < chain::kGlidingCount; ++g)
+      Glide::finish(st.glide[g], st.a, chain::kGlidingLanes[g], b.n);
     clipper.up.store(st.osUp);
     clipper.down.store(st.osDown);
     clipper.post0.store(st.post[0]);
@@ -476,10 +368,11 @@ struct Engine {
   template <bool Edge, bool Gliding, SwitchPath Path, bool Flat>
   FAST_INLINE void step(int s) {
     // What the previous step left for this one.
-    const double preOut = a.y[3], powerOut = a.y[7], reviseOut = r.y[7], tonedIn = toned;
+    const double preOut = a.y[chain::kPowerLane - 1], powerOut = a.y[7], reviseOut = r.y[7];
+    const double tonedIn = toned;
 
     // Output: volume and output level on the effect path, or the dry input.
-    const int o = s - kOutputLag;
+    const int o = s - chain::kOutputLag;
     if (Path != SwitchPath::dry && (!Edge || inBlock(o))) {
       const double wet = (volume.at<Flat>(o) * reviseOut) * b.outputLevel;
       if (Path == SwitchPath::wet) {
@@ -496,25 +389,25 @@ struct Engine {
     a.advance<Edge>(shiftIn(a.y, x, tonedIn), Gliding ? glide.at(s) : glide.after, s, n);
 
     // Decimation and tone level.
-    const int jd = s - kDecimateLag;
+    const int jd = s - chain::kDecimateLag;
     if (!Edge || inBlock(jd))
       toned = clipper.decimate(shaped) * tone.at<Flat>(jd);
 
     // Shaper.
-    if (!Edge || inBlock(s - kShapeLag))
+    if (!Edge || inBlock(s - chain::kShapeLag))
       for (int pass = 0; pass < 4; ++pass) shaped[pass] = clipper.shape(interpolated[pass]);
 
     // Drive and interpolation.
-    const int ji = s - kInterpolateLag;
+    const int ji = s - chain::kInterpolateLag;
     if (!Edge || inBlock(ji))
       clipper.interpolate(preOut * sustain.at<Flat>(ji), interpolated);
   }
 
   template <bool Gliding, SwitchPath Path, bool Flat>
   FAST_INLINE void runSteps() {
-    const int steps = b.n + kOutputLag;
+    const int steps = b.n + chain::kOutputLag;
     int s = 0;
-    for (; s < kOutputLag; ++s) step<true, Gliding, Path, Flat>(s);
+    for (; s < chain::kOutputLag; ++s) step<true, Gliding, Path, Flat>(s);
     for (; s < b.n; ++s) step<false, Gliding, Path, Flat>(s);
     for (; s < steps; ++s) step<true, Gliding, Path, Flat>(s);
   }

@@ -6,17 +6,20 @@
 
 #include <cstdint>
 
+#include "dsp/ChainShape.h"
+#include "dsp/ControlRamps.h"
+
 namespace veltrax::fast {
 
-// Eight filter sections side by side, one per lane. Bank A holds the pre
-// cascade (lanes 0..3) and the power cascade (lanes 4..7), bank B the revise
-// cascade (lanes 0..7).
+// Eight filter sections side by side, one per lane, laid out as
+// veltrax::chain::kBankA and kBankB say: bank A holds the pre cascade
+// (lanes 0..3) and the power cascade (lanes 4..7), bank B the revise cascade.
 struct SectionBank {
-  double coef[5][8];  // coefficient i (-a1, -a2, b0, b1, b2) of lane k
-  double z1[8], z2[8];
+  double coef[5][chain::kLanes];  // coefficient i (-a1, -a2, b0, b1, b2) of lane k
+  double z1[chain::kLanes], z2[chain::kLanes];
 };
 
-// Glide state of power sections 2 and 3 (bank A lanes 6 and 7).
+// Glide state of the tone sections (bank A lanes chain::kGlidingLanes).
 struct GlideState {
   double ipStart[5], ipDelta[5];
   double ipPos, ipLen;
@@ -30,8 +33,8 @@ struct PostSection {
 
 struct ChainState {
   SectionBank a, b;
-  GlideState glide[2];
-  PostSection post[2];
+  GlideState glide[chain::kGlidingCount];
+  PostSection post[chain::kCascades[chain::kPost].sections];
   double osFeedback[5];     // c1 .. c5
   double osFeedforward[6];  // f0 .. f5
   double osUp[6];           // interpolation filter state row
@@ -55,8 +58,7 @@ struct Block {
   int32_t n;
   const double* gains;     // per-sample cross-fade gains
   const float* pathFlags;  // 1.0: effect path, anything else: dry input
-  double dVolume, dSustain, dTone;
-  double volumeStart, sustainStart, toneStart;
+  ControlRamps ramps;
   double outputLevel;
   const double* clipEntries;  // E[0 .. 2*clipScale + 1], the last one the table's limit
   double clipScale;

@@ -67,6 +67,15 @@ FAST_INLINE Lanes8 shiftIn(Lanes8 y, double first, double fifth) {
   return {__builtin_shufflevector(y.v, fresh, 8, 0, 1, 2, 12, 4, 5, 6)};
 }
 
+// Coefficient sets where only lanes 4..7 may glide (len is -inf in lanes
+// 0..3): c[i] = t <= len ? delta[i]*t + start[i] : after[i], t = pos0 + s.
+FAST_INLINE void glideUpperLanes(Lanes8* c, Lanes8 pos0, Lanes8 len, const Lanes8* delta,
+                                 const Lanes8* start, const Lanes8* after, double s) {
+  const Lanes8 t = pos0 + Lanes8::splat(s);
+  const Mask8 gliding = t <= len;
+  for (int i = 0; i < 5; ++i) c[i] = select(gliding, delta[i] * t + start[i], after[i]);
+}
+
 #else
 
 struct Mask8 {
@@ -133,6 +142,17 @@ FAST_INLINE Lanes8 shiftIn(Lanes8 y, double first) {
 FAST_INLINE Lanes8 shiftIn(Lanes8 y, double first, double fifth) {
   return {__builtin_shufflevector(y.lo, splat4(first), 4, 0, 1, 2),
           __builtin_shufflevector(y.hi, splat4(fifth), 4, 0, 1, 2)};
+}
+
+// Coefficient sets where only lanes 4..7 may glide (len is -inf in lanes
+// 0..3): c[i] = t <= len ? delta[i]*t + start[i] : after[i], t = pos0 + s.
+// Only the upper half is worked out.
+FAST_INLINE void glideUpperLanes(Lanes8* c, Lanes8 pos0, Lanes8 len, const Lanes8* delta,
+                                 const Lanes8* start, const Lanes8* after, double s) {
+  const V4 t = pos0.hi + splat4(s);
+  const M4 gliding = t <= len.hi;
+  for (int i = 0; i < 5; ++i)
+    c[i] = Lanes8(after[i].lo, gliding ? delta[i].hi * t + start[i].hi : after[i].hi);
 }
 
 #endif

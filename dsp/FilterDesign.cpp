@@ -52,52 +52,52 @@ SectionCoefficients designSection(int16_t code, double frq, double frqLow, doubl
   const double K3 = std::tan(pi * frqHigh / sampleRate);
 
   switch (code) {
-    case 0: {  // low-pass, first order
+    case kLowPass1: {  // low-pass, first order
       const double D = 1.0 + K;
       return firstOrder(D, K, K, K - 1.0);
     }
-    case 1: {  // high-pass, first order
+    case kHighPass1: {  // high-pass, first order
       const double D = 1.0 + K;
       return firstOrder(D, 1.0, -1.0, K - 1.0);
     }
-    case 2: {  // Butterworth low-pass
+    case kButterworthLowPass: {  // Butterworth low-pass
       const double D = 1.0 + kSqrt2 * K + K * K;
       return secondOrder(D, K * K, 2.0 * K * K, K * K, 2.0 * (K * K - 1.0),
                          1.0 - kSqrt2 * K + K * K);
     }
-    case 3: {  // Butterworth high-pass
+    case kButterworthHighPass: {  // Butterworth high-pass
       const double D = 1.0 + kSqrt2 * K + K * K;
       return secondOrder(D, 1.0, -2.0, 1.0, 2.0 * (K * K - 1.0), 1.0 - kSqrt2 * K + K * K);
     }
-    case 4: {  // band-pass between the band edges: centre sqrt(K2*K3), width K3-K2
+    case kBandPassEdges: {  // band-pass between the band edges: centre sqrt(K2*K3), width K3-K2
       const double D = 1.0 + (K3 - K2) + K2 * K3;
       return secondOrder(D, K3 - K2, 0.0, -(K3 - K2), 2.0 * (K2 * K3 - 1.0),
                          1.0 - (K3 - K2) + K2 * K3);
     }
-    case 5: {  // band-stop between the band edges
+    case kBandStopEdges: {  // band-stop between the band edges
       const double D = 1.0 + (K3 - K2) + K2 * K3;
       return secondOrder(D, 1.0 + K2 * K3, 2.0 * (K2 * K3 - 1.0), 1.0 + K2 * K3,
                          2.0 * (K2 * K3 - 1.0), 1.0 - (K3 - K2) + K2 * K3);
     }
-    case 6: {  // low-pass with damping sqrt2/q (q = 1 is Butterworth)
+    case kLowPass2: {  // low-pass with damping sqrt2/q (q = 1 is Butterworth)
       const double D = 1.0 + (kSqrt2 * K) / q + K * K;
       return secondOrder(D, K * K, 2.0 * K * K, K * K, 2.0 * (K * K - 1.0),
                          1.0 - (kSqrt2 * K) / q + K * K);
     }
-    case 7: {  // high-pass with damping sqrt2/q
+    case kHighPass2: {  // high-pass with damping sqrt2/q
       const double D = 1.0 + (kSqrt2 * K) / q + K * K;
       return secondOrder(D, 1.0, -2.0, 1.0, 2.0 * (K * K - 1.0), 1.0 - (kSqrt2 * K) / q + K * K);
     }
-    case 8: {  // band-pass, 0 dB at the centre
+    case kBandPass: {  // band-pass, 0 dB at the centre
       const double D = 1.0 + K / q + K * K;
       return secondOrder(D, K / q, 0.0, -(K / q), 2.0 * (K * K - 1.0), 1.0 - K / q + K * K);
     }
-    case 9: {  // notch
+    case kNotch: {  // notch
       const double D = 1.0 + K / q + K * K;
       return secondOrder(D, 1.0 + K * K, 2.0 * (K * K - 1.0), 1.0 + K * K, 2.0 * (K * K - 1.0),
                          1.0 - K / q + K * K);
     }
-    case 10: {  // peaking; a cut of x dB inverts a boost of x dB exactly
+    case kPeaking: {  // peaking; a cut of x dB inverts a boost of x dB exactly
       if (gain > 0.0) {
         const double V = std::pow(10.0, gain / 20.0);
         const double D = 1.0 + K / q + K * K;
@@ -109,12 +109,12 @@ SectionCoefficients designSection(int16_t code, double frq, double frqLow, doubl
       return secondOrder(D, 1.0 + K / q + K * K, 2.0 * (K * K - 1.0), 1.0 - K / q + K * K,
                          2.0 * (K * K - 1.0), 1.0 - (V * K) / q + K * K);
     }
-    case 11: {  // low shelf: V at DC, 1 at Nyquist
+    case kLowShelf1: {  // low shelf: V at DC, 1 at Nyquist
       const double V = std::pow(10.0, gain / 20.0);
       const double D = 1.0 + K;
       return firstOrder(D, 1.0 + V * K, V * K - 1.0, K - 1.0);
     }
-    case 12: {  // high shelf: 1 at DC, V at Nyquist
+    case kHighShelf1: {  // high shelf: 1 at DC, V at Nyquist
       const double V = 1.0 / std::pow(10.0, -gain / 20.0);
       const double D = 1.0 + K;
       return firstOrder(D, K + V, K - V, K - 1.0);

@@ -12,6 +12,24 @@
 
 struct filterPrm_tag;
 
+// The type codes a design record's `num` holds (an int32_t field).
+enum SectionType : int32_t {
+  kLowPass1 = 0,             // first-order low-pass
+  kHighPass1 = 1,            // first-order high-pass
+  kButterworthLowPass = 2,   // second order
+  kButterworthHighPass = 3,  // second order
+  kBandPassEdges = 4,        // between frqLow and frqHigh
+  kBandStopEdges = 5,        // between frqLow and frqHigh
+  kLowPass2 = 6,             // second order, damping sqrt2/q
+  kHighPass2 = 7,            // second order, damping sqrt2/q
+  kBandPass = 8,             // 0 dB at frq
+  kNotch = 9,
+  kPeaking = 10,     // boost/cut symmetric
+  kLowShelf1 = 11,   // first order, gain at DC
+  kHighShelf1 = 12,  // first order, gain at Nyquist
+  // every other code: one-pole low-pass, -3 dB at frq
+};
+
 struct SectionCoefficients {
   double coef[5];  // -a1, -a2, b0, b1, b2 (one-pole: 1-p, 0, p, 0, 0)
   int32_t biquad;  // 1 for codes 0..12, 0 for the one-pole

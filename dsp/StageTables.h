@@ -6,33 +6,42 @@
 
 #include <cstdint>
 
+#include "dsp/ChainShape.h"
+#include "dsp/FilterDesign.h"
 #include "dsp/IIRFilter.h"
+
+// Each table's length is its cascade's section count (dsp/ChainShape.h);
+// StageTables.cpp checks its entries against it.
+inline constexpr int kPreSections = veltrax::chain::kCascades[veltrax::chain::kPre].sections;
+inline constexpr int kPostSections = veltrax::chain::kCascades[veltrax::chain::kPost].sections;
+inline constexpr int kPowerSections = veltrax::chain::kCascades[veltrax::chain::kPower].sections;
+inline constexpr int kReviseSections = veltrax::chain::kCascades[veltrax::chain::kRevise].sections;
 
 // Pre cascade, at the sample rate: two high shelves taming the top octave,
 // a 10 Hz DC blocker and a +3 dB bump at 120 Hz.
-extern const double VELTRAXpreFrq[4];
-extern const double VELTRAXpreQ[4];
-extern const double VELTRAXpreGain[4];
-extern const int32_t VELTRAXpreNum[4];
+extern const double VELTRAXpreFrq[kPreSections];
+extern const double VELTRAXpreQ[kPreSections];
+extern const double VELTRAXpreGain[kPreSections];
+extern const int32_t VELTRAXpreNum[kPreSections];
 
 // Post cascade, at four times the sample rate (inside the clipping section).
-extern const double VELTRAXpostFrq[2];
-extern const double VELTRAXpostQ[2];
-extern const double VELTRAXpostGain[2];
-extern const int32_t VELTRAXpostNum[2];
+extern const double VELTRAXpostFrq[kPostSections];
+extern const double VELTRAXpostQ[kPostSections];
+extern const double VELTRAXpostGain[kPostSections];
+extern const int32_t VELTRAXpostNum[kPostSections];
 
 // Power cascade, at the sample rate; stages 2 (peaking) and 3 (12 kHz shelf)
 // are re-designed by the tone knob while audio runs.
-extern const double VELTRAXpowerFrq[4];
-extern const double VELTRAXpowerQ[4];
-extern const double VELTRAXpowerGain[4];
-extern const int32_t VELTRAXpowerNum[4];
+extern const double VELTRAXpowerFrq[kPowerSections];
+extern const double VELTRAXpowerQ[kPowerSections];
+extern const double VELTRAXpowerGain[kPowerSections];
+extern const int32_t VELTRAXpowerNum[kPowerSections];
 
 // Revise cascade (output voicing), at the sample rate.
-extern const double VELTRAXreviseFrq[8];
-extern const double VELTRAXreviseQ[8];
-extern const double VELTRAXreviseGain[8];
-extern const int32_t VELTRAXreviseNum[8];
+extern const double VELTRAXreviseFrq[kReviseSections];
+extern const double VELTRAXreviseQ[kReviseSections];
+extern const double VELTRAXreviseGain[kReviseSections];
+extern const int32_t VELTRAXreviseNum[kReviseSections];
 
 // One cascade's tables together.
 struct StageTable {
@@ -43,8 +52,8 @@ struct StageTable {
   const int32_t* num;
 };
 
-// Indexed pre, post, power, revise (the effect's cascade order).
-extern const StageTable kStageTables[4];
+// Indexed by veltrax::chain::Cascade (pre, post, power, revise).
+extern const StageTable kStageTables[veltrax::chain::kCascadeCount];
 
 // A fresh design record for one stage (no band edges: frqLow = frqHigh = 0).
 // Each design gets its own record, since the design writes back sanitised

@@ -31,7 +31,7 @@ VELTRAX::~VELTRAX() {
 // The three groups of rate-dependent objects; each release leaves its
 // pointers null, so a failed rebuild never keeps a pointer to freed memory.
 void VELTRAX::releaseCascades() {
-  for (int c = 0; c < 4; ++c) {  // pre, post, power, revise
+  for (int c = 0; c < veltrax::chain::kCascadeCount; ++c) {  // pre, post, power, revise
     if (!stageFilters[c]) continue;
     for (int32_t i = 0; i < stageFilterCount[c]; ++i) delete stageFilters[c][i];
     delete[] stageFilters[c];
@@ -45,8 +45,12 @@ void VELTRAX::releaseSwitchRecord() {
 }
 
 void VELTRAX::releaseTapers() {
-  KnobTaper** tapers[] = {&sustainTaper, &volumeTaper, &toneTapers[1], &toneTapers[2],
-                          &toneTapers[3], &toneTapers[0]};
+  KnobTaper** tapers[] = {&sustainTaper,
+                          &volumeTaper,
+                          &toneTapers[kTonePeakingFrequency],
+                          &toneTapers[kTonePeakingGain],
+                          &toneTapers[kToneShelfGain],
+                          &toneTapers[kToneLevel]};
   for (KnobTaper** taper : tapers) {
     if (!*taper) continue;
     delete[] (*taper)->coefs;

@@ -12,7 +12,9 @@
 #include <atomic>
 #include <cstdint>
 
+#include "dsp/ChainShape.h"
 #include "dsp/Clipper.h"
+#include "dsp/ControlRamps.h"
 #include "dsp/IIRFilter.h"
 #include "dsp/KnobTaper.h"
 #include "dsp/SwitchRecord.h"
@@ -21,20 +23,19 @@
 #include "effect/VELTRAXProgram.h"
 #include "frame/QTypeBase.h"
 
-// Per-block linear ramps of the three control values: sample i of the block
-// uses start + i * step (i counted as a double).
-struct ControlRamps {
-  double dVolume, dSustain, dTone;
-  double volumeStart, sustainStart, toneStart;
-};
-
 class VELTRAX : public Q_TypeBase {
  public:
   static constexpr int32_t kNumPrograms = 16;
   static constexpr int32_t kNumParams = 4;
   static constexpr int32_t kUniqueID = 0x4D4A434D;  // 'M','J','C','M'
   enum Param : int32_t { kOnOff = 0, kVolume = 1, kTone = 2, kSustain = 3 };
-  enum Cascade : int { kPre = 0, kPost = 1, kPower = 2, kRevise = 3 };
+  // The cascades of stageFilters (dsp/ChainShape.h).
+  enum Cascade : int {
+    kPre = veltrax::chain::kPre,
+    kPost = veltrax::chain::kPost,
+    kPower = veltrax::chain::kPower,
+    kRevise = veltrax::chain::kRevise
+  };
 
   explicit VELTRAX(audioMasterCallback audioMaster);
   ~VELTRAX() override;
@@ -109,7 +110,9 @@ class VELTRAX : public Q_TypeBase {
   RecursiveMutex paramLock;
   VELTRAXProgram* programs = nullptr;
   double filterSampleRate = -1.0;
-  int32_t stageFilterCount[4] = {4, 2, 4, 8};
+  int32_t stageFilterCount[4] = {
+      veltrax::chain::kCascades[kPre].sections, veltrax::chain::kCascades[kPost].sections,
+      veltrax::chain::kCascades[kPower].sections, veltrax::chain::kCascades[kRevise].sections};
   double osUpState[6] = {};
   double osDownState[6] = {};
   IIRFilter** stageFilters[4] = {nullptr, nullptr, nullptr, nullptr};
@@ -136,4 +139,10 @@ class VELTRAX : public Q_TypeBase {
   // Grow-only capacity of blockBuffer (samples): blocks up to it allocate nothing.
   int32_t blockBufferCapacity = 0;
   veltrax::Engine engine = veltrax::Engine::fast;
+
+  // The members sized by the chain's shape hold exactly that shape.
+  static_assert(sizeof(stageFilterCount) / sizeof(stageFilterCount[0]) ==
+                veltrax::chain::kCascadeCount);
+  static_assert(sizeof(stageFilters) / sizeof(stageFilters[0]) == veltrax::chain::kCascadeCount);
+  static_assert(sizeof(toneTapers) / sizeof(toneTapers[0]) == kToneTaperCount);
 };

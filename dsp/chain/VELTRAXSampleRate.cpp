@@ -98,23 +98,27 @@ void VELTRAX::buildTapers() {
   volumeTaper = newTaper(kVolumeTaper, kVolumeTaper.rangeEnd, volumeRangeLow);
   volumeValue = 1.0;
   volumeValuePrev = 0.0;
-  toneTapers[1] = newTaper(kToneFrequencyTaper, toneRangeHigh, toneRangeLow);
-  toneTapers[2] = newTaper(kToneGainTaper, kToneGainTaper.rangeEnd, kToneGainTaper.rangeStart);
-  toneTapers[3] = newTaper(kToneShelfTaper, kToneShelfTaper.rangeEnd, kToneShelfTaper.rangeStart);
-  toneTapers[0] = newTaper(kToneLevelTaper, toneGainHigh, toneGainLow);
+  toneTapers[kTonePeakingFrequency] = newTaper(kToneFrequencyTaper, toneRangeHigh, toneRangeLow);
+  toneTapers[kTonePeakingGain] =
+      newTaper(kToneGainTaper, kToneGainTaper.rangeEnd, kToneGainTaper.rangeStart);
+  toneTapers[kToneShelfGain] =
+      newTaper(kToneShelfTaper, kToneShelfTaper.rangeEnd, kToneShelfTaper.rangeStart);
+  toneTapers[kToneLevel] = newTaper(kToneLevelTaper, toneGainHigh, toneGainLow);
 }
 
-// Pre, power and revise run at the sample rate; post runs inside the
-// four-times oversampled clipping section.
+// Each cascade has its stage table's count of sections, each running at its
+// cascade's multiple of the rate (dsp/ChainShape.h): pre, power and revise at
+// the sample rate, post inside the four-times oversampled clipping section.
 void VELTRAX::buildCascades(double sr) {
-  for (int c = 0; c < 4; ++c) {
+  for (int c = 0; c < veltrax::chain::kCascadeCount; ++c) {
+    stageFilterCount[c] = kStageTables[c].count;
     stageFilters[c] = new IIRFilter*[stageFilterCount[c]]();
   }
-  for (int c = 0; c < 4; ++c) {
+  for (int c = 0; c < veltrax::chain::kCascadeCount; ++c) {
     const StageTable& table = kStageTables[c];
-    for (int32_t i = 0; i < stageFilterCount[c]; ++i) {
-      filterPrm_tag prm = stageDesign(table.num[i], table.frq[i], table.q[i], table.gain[i],
-                                      c == kPost ? 4.0 * sr : sr);
+    const double rate = veltrax::chain::kCascades[c].rateMultiple * sr;
+    for (int32_t i = 0; i < table.count; ++i) {
+      filterPrm_tag prm = stageDesign(table.num[i], table.frq[i], table.q[i], table.gain[i], rate);
       stageFilters[c][i] = new IIRFilter(&prm);
     }
   }

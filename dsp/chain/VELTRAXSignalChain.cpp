@@ -64,15 +64,18 @@ void VELTRAX::applyKnobChanges(int32_t n) {
   if (volume != appliedVolume) volumeValue = evaluateTaper(*volumeTaper, volume);
   if (sustain != appliedSustain) sustainValue = evaluateTaper(*sustainTaper, sustain);
   if (tone != appliedTone) {
-    toneValue = evaluateTaper(*toneTapers[0], tone);
+    toneValue = evaluateTaper(*toneTapers[kToneLevel], tone);
 
-    // Power cascade stage 2: peaking at the tapered frequency and gain, q 0.8.
-    filterPrm_tag peaking = stageDesign(10, evaluateTaper(*toneTapers[1], tone), 0.8,
-                                        evaluateTaper(*toneTapers[2], tone), filterSampleRate);
-    stageFilters[kPower][2]->ipFDexcute(&peaking, n);
-    // Power cascade stage 3: first-order high shelf at 12 kHz.
-    filterPrm_tag shelf = stageDesign(12, 12000.0, 1.0, evaluateTaper(*toneTapers[3], tone), filterSampleRate);
-    stageFilters[kPower][3]->ipFDexcute(&shelf, n);
+    // Power cascade's peaking section at the tapered frequency and gain, q 0.8.
+    filterPrm_tag peaking =
+        stageDesign(kPeaking, evaluateTaper(*toneTapers[kTonePeakingFrequency], tone), 0.8,
+                    evaluateTaper(*toneTapers[kTonePeakingGain], tone), filterSampleRate);
+    stageFilters[kPower][veltrax::chain::kTonePeakingSection]->ipFDexcute(&peaking, n);
+    // Its first-order high shelf at 12 kHz.
+    filterPrm_tag shelf =
+        stageDesign(kHighShelf1, 12000.0, 1.0, evaluateTaper(*toneTapers[kToneShelfGain], tone),
+                    filterSampleRate);
+    stageFilters[kPower][veltrax::chain::kToneShelfSection]->ipFDexcute(&shelf, n);
   }
 }
 
@@ -143,7 +146,7 @@ void VELTRAX::runSignalChain(const double* in, double* out, int32_t n, const Con
 
     // Four-times oversampling by zero insertion; only pass 0's output is kept.
     double z0 = 0.0;
-    for (int pass = 0; pass < 4; ++pass) {
+    for (int pass = 0; pass < veltrax::chain::kOversampling; ++pass) {
       const double v = pass == 0 ? u : 0.0;
       const double y = oversamplingStep(osUpState, osFeedback, osFeedforward, v);
       // Hard clamp to -0.001 .. 0.00125 (NaN takes the lower bound), then x800.
@@ -151,16 +154,18 @@ void VELTRAX::runSignalChain(const double* in, double* out, int32_t n, const Con
       h = h * 800.0;
       for (int32_t s = 0; s < stageFilterCount[kPost]; ++s) post[s]->iirProcessing(&h);
       h = h > 1.0 ? 1.0 : (h > -1.0 ? h : -1.0);  // NaN takes -1
-      const double w = clip.lookup(h);           // tanh(16 h)
+      const double w = clip.lookup(h);            // tanh(16 h)
       const double z = oversamplingStep(osDownState, osFeedback, osFeedforward, w);
       if (pass == 0) z0 = z;
     }
 
     double t = z0 * (k * r.dTone + r.toneStart);  // tone level
-    power[0]->iirProcessing(&t);
-    power[1]->iirProcessing(&t);
-    power[2]->ipIirProcessing(&t);  // peaking, glides after a tone change
-    power[3]->ipIirProcessing(&t);  // 12 kHz shelf, likewise
+    for (int32_t s = 0; s < stageFilterCount[kPower]; ++s) {
+      if (s == veltrax::chain::kTonePeakingSection || s == veltrax::chain::kToneShelfSection)
+        power[s]->ipIirProcessing(&t);  // the tone sections glide after a tone change
+      else
+        power[s]->iirProcessing(&t);
+    }
     for (int32_t s = 0; s < stageFilterCount[kRevise]; ++s) revise[s]->iirProcessing(&t);
 
     if (pathFlags[i] == 1.0f)
