@@ -32,14 +32,19 @@ SCRATCH = ROOT / "build" / "mutants" / "src"
 BUILD = SCRATCH / "build" / "release"
 
 # ctest labels each area's mutants are checked with.
+# ctest labels each area's mutants are checked with (a mutant may name others).
 AREA_LABELS = {
-    "frame": "frame|effect",
-    "effect": "effect|voicing|golden",
-    "dsp": "dsp|voicing|effect|golden",
+    "frame": "frame",
+    "effect": "effect|voicing",
+    "dsp": "dsp|voicing|golden",
     "cli": "cli",
     "lv2": "lv2",
 }
-KEYS = {"name", "area", "file", "find", "into", "why", "labels", "sample", "equivalent"}
+# A mutant changes `find` into `into` in `file`, and optionally findN into
+# intoN in fileN for N = 2..4 (one fault spelled in several places, e.g. in
+# both engines).
+EDIT_KEYS = [("file", "find", "into")] + [(f"file{n}", f"find{n}", f"into{n}") for n in (2, 3, 4)]
+KEYS = {"name", "area", "why", "labels", "sample", "equivalent"} | {k for keys in EDIT_KEYS for k in keys}
 
 
 class ListError(Exception):
@@ -71,6 +76,9 @@ def parse_list(text):
         for key in ("name", "area", "file", "find", "into", "why"):
             if key not in m:
                 raise ListError(f"mutant {m.get('name', '?')}: no '{key}'")
+        for keys in EDIT_KEYS[1:]:
+            if len({k in m for k in keys}) != 1:
+                raise ListError(f"mutant {m['name']}: {', '.join(keys)} go together")
         if m["area"] not in AREA_LABELS:
             raise ListError(f"mutant {m['name']}: unknown area {m['area']}")
     names = [m["name"] for m in mutants]
@@ -102,7 +110,7 @@ def sync_scratch():
         shutil.copy2(source, target)
 
 
-def executables(labels, log):
+def executables(labels):
     """The test programs ctest runs for these labels (targets to rebuild)."""
     out = subprocess.run(["ctest", "--test-dir", str(BUILD), "--show-only=json-v1", "-L", labels],
                          capture_output=True, text=True)
@@ -111,24 +119,32 @@ def executables(labels, log):
         program = Path(test.get("command", [""])[0])
         if program.parent.is_relative_to(BUILD) and program.suffix == "":
             names.add(program.name)
-    return sorted(names)
+    return sorted(names) or ["all"]
+
+
+def edits(mutant):
+    """(file, find, into) of each change the mutant makes."""
+    return [(mutant[f], mutant[a], mutant[b]) for f, a, b in EDIT_KEYS if f in mutant]
 
 
 def check(mutant, log):
     """Applies, rebuilds, tests, restores. Returns killed / survived / broken."""
-    path = SCRATCH / mutant["file"]
-    original = path.read_text()
+    originals = {name: (SCRATCH / name).read_text() for name, _, _ in edits(mutant)}
     labels = mutant.get("labels", AREA_LABELS[mutant["area"]])
     try:
-        path.write_text(original.replace(mutant["find"], mutant["into"]))
-        targets = executables(labels, log) + ["all"] * (mutant["area"] in ("cli", "lv2"))
-        if run(["cmake", "--build", str(BUILD), "--target", *targets], SCRATCH, log) != 0:
+        for name, find, into in edits(mutant):
+            path = SCRATCH / name
+            path.write_text(path.read_text().replace(find, into))
+        with open(log, "a") as out:
+            out.write(f"\n==== mutant {mutant['name']}\n")
+        if run(["cmake", "--build", str(BUILD), "--target", *executables(labels)], SCRATCH, log) != 0:
             return "broken"
         status = run(["ctest", "--test-dir", str(BUILD), "-L", labels, "--stop-on-failure",
                       "--timeout", "300", "-j", str(os.cpu_count() or 2)], SCRATCH, log)
         return "killed" if status != 0 else "survived"
     finally:
-        path.write_text(original)
+        for name, text in originals.items():
+            (SCRATCH / name).write_text(text)
 
 
 def main():
@@ -169,11 +185,12 @@ def main():
         return 2
 
     for m in mutants:  # every change must apply before any is tried
-        found = (SCRATCH / m["file"]).read_text().count(m["find"]) if (SCRATCH / m["file"]).is_file() else 0
-        if found != 1:
-            print(f"run_mutants: mutant {m['name']}: 'find' occurs {found} times in {m['file']} (must be once)",
-                  file=sys.stderr)
-            return 2
+        for name, find, _ in edits(m):
+            found = (SCRATCH / name).read_text().count(find) if (SCRATCH / name).is_file() else 0
+            if found != 1:
+                print(f"run_mutants: mutant {m['name']}: '{find}' occurs {found} times in {name} "
+                      "(must be once)", file=sys.stderr)
+                return 2
     results, started = [], time.time()
     for m in mutants:
         t0 = time.time()
