@@ -98,7 +98,9 @@ def run(cmd, cwd, log, timeout=None):
 
 
 def sync_scratch():
-    """Copies every tracked file whose content differs into the scratch tree."""
+    """Copies every tracked file whose content differs into the scratch tree,
+    stamped with the current time so that the build sees it changed (a file
+    left mutated by an interrupted run is restored the same way)."""
     files = subprocess.run(["git", "ls-files", "-z"], cwd=ROOT, check=True, capture_output=True).stdout
     for name in filter(None, files.decode().split("\0")):
         source, target = ROOT / name, SCRATCH / name
@@ -107,7 +109,8 @@ def sync_scratch():
         if target.is_file() and target.read_bytes() == source.read_bytes():
             continue
         target.parent.mkdir(parents=True, exist_ok=True)
-        shutil.copy2(source, target)
+        shutil.copyfile(source, target)
+        shutil.copymode(source, target)
 
 
 def executables(labels):
