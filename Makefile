@@ -8,7 +8,30 @@ FUZZER = build/fuzz/fuzz/host_interface_fuzzer
 # The end-to-end tests valgrind runs (tools/valgrind-subset.sh).
 VALGRIND_TESTS = plugin_entry_test parameters_programs_test signal_chain_test soak_test sample_rate_sweep_test
 
-.PHONY: setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean mutants mutants-ci
+.DEFAULT_GOAL := help
+.PHONY: help setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean web serve-web mutants mutants-ci
+
+# Plain `make` lists the targets instead of starting the set-up.
+help:
+	@echo "VELTRAX make targets:"
+	@echo "  make test      install missing Debian packages, build (release) and run every test"
+	@echo "  make demo      build, then render the demo riff through the presets into demo-out/"
+	@echo "  make build     build the release preset (module, veltrax CLI, LV2 bundle, tests)"
+	@echo "  make install   build and install under PREFIX (now $(PREFIX))"
+	@echo "  make bench     build and print the benchmark summary"
+	@echo "  make m32       32-bit build and its tests"
+	@echo "  make asan      AddressSanitizer + UBSan build and tests"
+	@echo "  make tsan      ThreadSanitizer build and the threaded tests"
+	@echo "  make valgrind  the valgrind subset"
+	@echo "  make fuzz      fuzz the host interface for FUZZ_SECONDS (now $(FUZZ_SECONDS)) s"
+	@echo "  make fuzz-ci   fuzz for 60 s, as CI does"
+	@echo "  make mutants   mutation testing: every mutant of tools/mutants, kill rate per area"
+	@echo "  make mutants-ci  the fixed five-mutant sample CI runs"
+	@echo "  make setup     only install the missing Debian packages (tools/setup.sh)"
+	@echo "  make web       build the pedal page into build/web/ (WebAssembly)"
+	@echo "  make serve-web serve it on http://localhost:8000"
+	@echo "  make clean     remove build/ and demo-out/"
+	@echo "CI runs everything with: bash .ci/run"
 
 setup:
 	@tools/setup.sh
@@ -70,6 +93,14 @@ mutants: setup
 
 mutants-ci: setup
 	tools/mutants/run_mutants.py --sample
+
+# The pedal page (WebAssembly engine + static files) in build/web/.
+web: setup
+	web/build.sh
+
+serve-web: web
+	@echo "VELTRAX pedal page: http://localhost:8000/"
+	cd build/web && python3 -m http.server 8000 --bind 127.0.0.1
 
 clean:
 	rm -rf build demo-out

@@ -21,6 +21,10 @@ class FlushToZeroScope {
 
 #else
 // Other processors: the arithmetic is identical for normal numbers; denormal
-// results are kept.
-class FlushToZeroScope {};
+// results are kept. (A user-provided constructor keeps a scope variable from
+// reading as unused.)
+class FlushToZeroScope {
+ public:
+  FlushToZeroScope() {}
+};
 #endif

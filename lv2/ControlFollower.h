@@ -1,4 +1,4 @@
-// Follows the four control ports and hands a value to the effect only when it
+// Follows the four effect control ports and hands a value to the effect only when it
 // changed: one setParameter per changed control per block, none otherwise.
 #pragma once
 

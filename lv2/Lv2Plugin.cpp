@@ -2,6 +2,9 @@
 // connect_port / activate / run / deactivate / cleanup. The only symbol this
 // binary exports is lv2_descriptor.
 //
+// The input and output trims scale the double samples before and after the
+// effect (LevelTrim); at 0 dB they leave them untouched.
+//
 // run() is hard real-time for blocks up to the reservation made at
 // instantiate (bufsz:maxBlockLength, or 8192 frames): it takes the effect's
 // instance lock (uncontended: LV2 calls run() and nothing else concurrently
@@ -20,7 +23,9 @@
 #include "lv2/BlockScratch.h"
 #include "lv2/ControlFollower.h"
 #include "lv2/HostFeatures.h"
+#include "lv2/ControlMapping.h"
 #include "lv2/HostedEffect.h"
+#include "lv2/LevelTrim.h"
 #include "lv2/PluginIdentity.h"
 #include "lv2/Ports.h"
 
@@ -28,11 +33,17 @@ namespace veltrax::lv2 {
 namespace {
 
 struct Plugin {
+  explicit Plugin(double rate)
+      : sampleRate(static_cast<float>(rate)),
+        inputTrim(rate, kInputTrimDefaultDb),
+        outputTrim(rate, kOutputTrimDefaultDb) {}
+
   float sampleRate = 0.0f;
   uint32_t reserveFrames = 0;
   std::unique_ptr<HostedEffect> effect;
   BlockScratch scratch;
   ControlFollower controls;
+  LevelTrim inputTrim, outputTrim;
   const float* in = nullptr;
   float* out = nullptr;
   bool hasHistory = false;  // the effect has processed audio since it was created
@@ -43,8 +54,7 @@ struct Plugin {
 LV2_Handle instantiate(const LV2_Descriptor*, double sampleRate, const char*,
                        const LV2_Feature* const* features) {
   try {
-    auto plugin = std::make_unique<Plugin>();
-    plugin->sampleRate = static_cast<float>(sampleRate);
+    auto plugin = std::make_unique<Plugin>(sampleRate);
     plugin->reserveFrames = reserveFramesFor(scanHostFeatures(features));
     plugin->effect =
         HostedEffect::create(plugin->sampleRate, static_cast<int32_t>(plugin->reserveFrames));
@@ -62,6 +72,8 @@ void connectPort(LV2_Handle handle, uint32_t port, void* location) {
   switch (port) {
     case kPortIn: plugin->in = static_cast<const float*>(location); break;
     case kPortOut: plugin->out = static_cast<float*>(location); break;
+    case kPortInputTrim: plugin->inputTrim.connect(static_cast<const float*>(location)); break;
+    case kPortOutputTrim: plugin->outputTrim.connect(static_cast<const float*>(location)); break;
     default: plugin->controls.connect(port, static_cast<const float*>(location)); break;
   }
 }
@@ -69,7 +81,8 @@ void connectPort(LV2_Handle handle, uint32_t port, void* location) {
 // Host thread, before the first run() and after every deactivate(). A
 // re-activation starts from a fresh instance, as LV2 asks (no filter state,
 // ramps or fades carried over); the control ports are sent again at the next
-// run(). If no fresh instance can be had the old one carries on.
+// run(), and the trims start on their readings without a glide. If no fresh
+// instance can be had the old one carries on.
 void activate(LV2_Handle handle) {
   auto* plugin = static_cast<Plugin*>(handle);
   if (plugin->hasHistory) {
@@ -84,6 +97,8 @@ void activate(LV2_Handle handle) {
     } catch (...) {
     }
   }
+  plugin->inputTrim.restart();
+  plugin->outputTrim.restart();
   plugin->effect->resume();
 }
 
@@ -106,7 +121,9 @@ void run(LV2_Handle handle, uint32_t frames) {
   double* in = plugin->scratch.input();
   double* out = plugin->scratch.output();
   std::copy(plugin->in, plugin->in + frames, in);  // read all input first: ports may alias
+  plugin->inputTrim.apply(in, frames);
   plugin->effect->process(in, out, static_cast<int32_t>(frames));
+  plugin->outputTrim.apply(out, frames);
   for (uint32_t i = 0; i < frames; ++i) plugin->out[i] = static_cast<float>(out[i]);
 }
 

@@ -76,6 +76,12 @@ TEST_F(BadInputTest, UnusableInputsAndSettings) {
       {{"render", in, out, "--module", dir.file("nothing.so")}, 1, "cannot load module"},
       {{"render", in, out, "--module", dir.file("notes.txt")}, 1, "cannot load module"},
       {{"render", dir.file("slow.wav"), out}, 1, "800 Hz"},
+      {{"render", in, out, "--normalize", "3"}, 2, "--normalize must be"},
+      {{"render", in, out, "--output-gain", "200"}, 2, "--output-gain must be"},
+      {{"render", in, out, "--voicing-rate", "100"}, 2, "--voicing-rate must be"},
+      {{"render", in, out, "--raw-input", "44100"}, 2, "--raw-input RATE:CHANNELS:SUBTYPE"},
+      {{"render", in, "-"}, 2, "give --format"},
+      {{"render", "-", out}, 1, "standard input is empty"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(testing::PrintToString(c.args));

@@ -25,6 +25,10 @@ TEST(CliInfo, ReportsTheIdentityReadThroughTheInterface) {
         "header version 1"})
     EXPECT_THAT(run.out, HasSubstr(expected));
   EXPECT_THAT(run.out, ContainsRegex("0 +On/Off +1\\.000 +on +- +switch"));
+  // Program names as the module answers each query: as the current program
+  // (numbered) and by index.
+  for (const char* expected : {"0 \"Init 1\" / \"Init\"", "15 \"Init 16\" / \"Init\""})
+    EXPECT_THAT(run.out, HasSubstr(expected));
   for (const char* name : {"volume", "tone", "sustain"})
     EXPECT_THAT(run.out, ContainsRegex(std::string("[1-3] +") + name + " +0\\.500 +5\\.00 +- +float step 0\\.01"));
 }
@@ -43,6 +47,9 @@ TEST(CliHelp, ExplainsTheCommandsAndListsThePresets) {
   const auto render = runCli({"render", "--help"});
   EXPECT_EQ(render.exitCode, 0);
   for (const char* preset : kPresets) EXPECT_THAT(render.out, HasSubstr(preset));
+  const auto version = runCli({"--version"});
+  EXPECT_EQ(version.exitCode, 0);
+  EXPECT_THAT(version.out, ContainsRegex("^veltrax [0-9]+\\.[0-9]+\\.[0-9]+\n$"));
   const auto none = runCli({});
   EXPECT_EQ(none.exitCode, 2);
   EXPECT_THAT(none.err, HasSubstr("veltrax: error:"));
@@ -63,14 +70,20 @@ TEST(CliDemo, WritesTheRendersFiguresAndASummary) {
     EXPECT_EQ(rendered.info.frames, dry.info.frames);
     EXPECT_NE(rendered.channels, dry.channels);
   }
-  for (const char* figure : {"tone_response", "level_curves", "riff_spectrum"}) {
+  for (const char* figure :
+       {"tone_response", "level_curves", "riff_spectrum", "rate_response", "riff_levels"}) {
     SCOPED_TRACE(figure);
     EXPECT_EQ(fileBytes(out + "/" + figure + ".png").substr(0, 8), "\x89PNG\r\n\x1a\n");
     EXPECT_THAT(fileBytes(out + "/" + figure + ".csv"), HasSubstr("\n"));
   }
-  // The riff is the same on every run.
-  ASSERT_EQ(runCli({"demo", dir.file("again")}).exitCode, 0);
-  EXPECT_EQ(fileBytes(out + "/doom.wav"), fileBytes(dir.file("again/doom.wav")));
+  // A directory with files in it is replaced only with --force; the riff
+  // is the same on every run.
+  const std::string doom = fileBytes(out + "/doom.wav");
+  const auto refused = runCli({"demo", out});
+  EXPECT_EQ(refused.exitCode, 1);
+  EXPECT_THAT(refused.err, HasSubstr("is not empty (use --force"));
+  ASSERT_EQ(runCli({"demo", out, "--force"}).exitCode, 0);
+  EXPECT_EQ(fileBytes(out + "/doom.wav"), doom);
 }
 
 }  // namespace

@@ -37,6 +37,8 @@ foreach(area bundle audio realtime lv2apply)
     VELTRAX_VERSION_MICRO=${PROJECT_VERSION_PATCH})
 endforeach()
 target_link_libraries(lv2_realtime_test PRIVATE veltrax_allocation_counter)
+add_dependencies(lv2_bundle_test veltrax_lv2host)
+target_compile_definitions(lv2_bundle_test PRIVATE VELTRAX_LV2HOST="$<TARGET_FILE:veltrax_lv2host>")
 
 find_package(PkgConfig QUIET)
 find_program(LV2APPLY lv2apply)

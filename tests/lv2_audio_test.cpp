@@ -143,6 +143,7 @@ TEST(Lv2OnOff, TogglesWithoutAClickAndIsDryWhenOff) {
     const size_t offBlock = plan.size() / 3, onBlock = 2 * plan.size() / 3;
     plan[offBlock].changes = {{"enabled", 0.0f}};
     plan[onBlock].changes = {{"enabled", 1.0f}};
+    plan[0].changes = {{"output", 0.0f}};  // dry means the input itself
     const size_t offAt = offBlock * block, onAt = onBlock * block;
     const auto fade = static_cast<size_t>(2 * std::floor(0.016 * rate));  // out, then in
 
@@ -165,6 +166,65 @@ TEST(Lv2OnOff, TogglesWithoutAClickAndIsDryWhenOff) {
   }
 }
 
+// The trims sit outside the effect: steady, they are the module between the
+// gains 10^(dB/20); moved while running, the gain glides linearly over 10 ms
+// from the old value to the new, so no step is larger than that glide's.
+TEST(Lv2Trims, ScaleAroundTheEffectAndGlideWhenMoved) {
+  const double rate = 48000.0;
+  const std::vector<float> input = lv2test::guitarLike(rate, 12000);
+  const struct {
+    float inputDb, outputDb;
+  } steady[] = {{0.0f, 0.0f}, {6.0f, -9.5f}, {-24.0f, 24.0f}, {18.0f, 0.0f}};
+  for (const auto& t : steady) {
+    std::vector<Block> plan = lv2test::varyingBlocks(input.size(), 512, 3);
+    plan[0].changes = {{"input", t.inputDb}, {"output", t.outputDb}};
+    auto plugin = lv2test::makeInstance(rate, 512);
+    ASSERT_NE(plugin, nullptr);
+    plugin->activate();
+    EXPECT_EQ(firstDifference(lv2test::renderLv2(*plugin, input, plan),
+                              lv2test::renderModule(rate, 512, input, plan)),
+              -1)
+        << "input " << t.inputDb << " dB, output " << t.outputDb << " dB";
+  }
+
+  // With the effect off and settled the output is the input times both gains,
+  // so the gain at every frame of a glide can be read off the output.
+  const uint32_t block = 256;
+  const size_t frames = 24000, moveAt = 47 * block;
+  std::vector<Block> plan = lv2test::evenBlocks(frames, block);
+  plan[0].changes = {{"enabled", 0.0f}, {"output", 0.0f}};
+  plan[moveAt / block].changes = {{"output", 12.0f}};
+  auto plugin = lv2test::makeInstance(rate, block);
+  ASSERT_NE(plugin, nullptr);
+  plugin->activate();
+  const std::vector<float> out = lv2test::renderLv2(*plugin, std::vector<float>(frames, 0.25f), plan);
+  const double target = std::pow(10.0, 12.0 / 20.0);
+  const auto glide = static_cast<size_t>(std::lround(0.01 * rate));
+  for (size_t k = 0; moveAt + k < frames; ++k) {
+    const double expected = k < glide ? 1.0 + (target - 1.0) * (k + 1) / glide : target;
+    ASSERT_NEAR(out[moveAt + k] / 0.25, expected, 1e-6) << "frame " << k << " after the move";
+  }
+}
+
+// The plug-in's defaults give a usable level: a guitar-like DI peaking at
+// -0.9 dBFS, notes back to back (the loud end of playing), comes out between
+// -18 and -12 dBFS RMS.
+TEST(Lv2Defaults, TypicalDiLandsAtAUsableLevel) {
+  const double rate = 48000.0;
+  std::vector<float> di = lv2test::guitarLike(rate, 96000);
+  float peak = 0.0f;
+  for (float x : di) peak = std::max(peak, std::abs(x));
+  const auto toPeak = static_cast<float>(std::pow(10.0, -0.9 / 20.0) / peak);
+  for (float& x : di) x *= toPeak;
+  auto plugin = lv2test::makeInstance(rate, 512);
+  ASSERT_NE(plugin, nullptr);
+  plugin->activate();
+  const double rmsDb =
+      20.0 * std::log10(lv2test::rms(lv2test::renderLv2(*plugin, di, lv2test::evenBlocks(di.size(), 512))));
+  EXPECT_GE(rmsDb, -18.0);
+  EXPECT_LE(rmsDb, -12.0);
+}
+
 // A host re-activating an instance gets a fresh start: the same output as a
 // new instance, whatever ran before.
 TEST(Lv2Activation, ReactivationForgetsThePast) {
@@ -185,7 +245,7 @@ TEST(Lv2Activation, ReactivationForgetsThePast) {
   lv2test::renderLv2(*reused, lv2test::sine(440.0, 0.9, rate, 9000), lv2test::evenBlocks(9000, 128));
   reused->setControl("volume", 9.0f);
   reused->deactivate();
-  reused->setControl("volume", 5.0f);
+  reused->setControl("volume", veltrax::lv2::kVolumeDialDefault);
   reused->activate();
   EXPECT_EQ(firstDifference(lv2test::renderLv2(*reused, input, plan), expected), -1);
 }

@@ -1,6 +1,7 @@
 // The bundle as a host sees it: identity, ports, features, presets and the
 // binary's exports, read through lilv from the build directory.
 #include <dlfcn.h>
+#include <sys/wait.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -11,6 +12,7 @@
 
 #include <lv2/core/lv2.h>
 #include <lv2/presets/presets.h>
+#include <lv2/units/units.h>
 
 #include "lv2/ControlMapping.h"
 #include "lv2/PluginIdentity.h"
@@ -85,8 +87,10 @@ TEST(Lv2Bundle, PortsMatchTheLayoutTheBinaryUses) {
     float minimum, maximum, def;
   } expected[] = {
       {kPortIn, true, true, NAN, NAN, NAN},         {kPortOut, true, false, NAN, NAN, NAN},
-      {kPortEnabled, false, true, 0.0f, 1.0f, 1.0f}, {kPortVolume, false, true, 0.0f, 10.0f, 5.0f},
+      {kPortEnabled, false, true, 0.0f, 1.0f, 1.0f}, {kPortVolume, false, true, 0.0f, 10.0f, 10.0f},
       {kPortTone, false, true, 0.0f, 10.0f, 5.0f},   {kPortSustain, false, true, 0.0f, 10.0f, 5.0f},
+      {kPortInputTrim, false, true, -24.0f, 24.0f, 0.0f},
+      {kPortOutputTrim, false, true, -24.0f, 24.0f, 4.0f},
   };
   float minimum[kPortCount], maximum[kPortCount], def[kPortCount];
   lilv_plugin_get_port_ranges_float(p, minimum, maximum, def);
@@ -101,8 +105,24 @@ TEST(Lv2Bundle, PortsMatchTheLayoutTheBinaryUses) {
     EXPECT_EQ(minimum[e.port], e.minimum) << symbol;
     EXPECT_EQ(maximum[e.port], e.maximum) << symbol;
     EXPECT_EQ(def[e.port], e.def) << symbol;
-    // The host's default dial must be the effect's own default value.
-    EXPECT_EQ(parameterForPort(e.port, e.def), e.port == kPortEnabled ? 1.0f : 0.5f) << symbol;
+    const bool trim = e.port == kPortInputTrim || e.port == kPortOutputTrim;
+    Node unitPredicate = uri(LV2_UNITS__unit);
+    LilvNodes* units = lilv_port_get_value(p, port, unitPredicate.get());
+    if (e.port == kPortEnabled) {
+      EXPECT_EQ(lilv_nodes_size(units), 0u) << symbol;
+    } else {
+      ASSERT_EQ(lilv_nodes_size(units), 1u) << symbol;
+      EXPECT_EQ(std::string(lilv_node_as_uri(lilv_nodes_get_first(units))) == LV2_UNITS__db, trim)
+          << symbol << ": dB for the trims, the plain dial for the knobs";
+    }
+    lilv_nodes_free(units);
+    // The code's defaults are the ones hosts read.
+    const float codeDefault = e.port == kPortEnabled  ? 1.0f
+                              : e.port == kPortVolume ? kVolumeDialDefault
+                              : e.port == kPortInputTrim  ? kInputTrimDefaultDb
+                              : e.port == kPortOutputTrim ? kOutputTrimDefaultDb
+                                                          : kDialDefault;
+    EXPECT_EQ(e.def, codeDefault) << symbol;
   }
 
   const LilvPort* enabled = lilv_plugin_get_port_by_index(p, kPortEnabled);
@@ -139,6 +159,37 @@ TEST(Lv2Bundle, PresetsAreTheNamedSettings) {
                 std::nextafter(knob, 2.0f) - knob)
           << preset.name << " " << symbol;
     EXPECT_EQ(*instance->control("enabled"), 0.0f) << "a preset leaves On/Off alone";
+    EXPECT_EQ(*instance->control("output"), kOutputTrimDefaultDb) << "and the trims";
+  }
+}
+
+// The test host's --preset takes a preset's URI, the URI's last segment or
+// its label, and refuses anything else with a message instead of crashing.
+TEST(Lv2TestHostRunner, FindsPresetsByNameOrUriAndRefusesOthersClearly) {
+  const struct {
+    std::string preset;
+    int exitCode;
+    const char* says;
+  } cases[] = {
+      {"doom", 0, "peak="},
+      {std::string(kPresetUriPrefix) + "dark-wall", 0, "peak="},
+      {"Bright lead", 0, "peak="},
+      {"no-such-preset", 1, "no preset 'no-such-preset'"},
+      {"not a uri at all", 1, "no preset 'not a uri at all'"},
+  };
+  for (const auto& c : cases) {
+    const std::string command = std::string(VELTRAX_LV2HOST) + " --lv2-path '" + VELTRAX_LV2_PATH +
+                                "' --seconds 0.05 --repeat 1 --preset '" + c.preset + "' " +
+                                kPluginUri + " 2>&1";
+    FILE* pipe = popen(command.c_str(), "r");
+    ASSERT_NE(pipe, nullptr);
+    std::string said;
+    char chunk[256];
+    while (size_t n = fread(chunk, 1, sizeof chunk, pipe)) said.append(chunk, n);
+    const int status = pclose(pipe);
+    ASSERT_TRUE(WIFEXITED(status)) << c.preset << " ended by a signal: " << said;
+    EXPECT_EQ(WEXITSTATUS(status), c.exitCode) << c.preset << ": " << said;
+    EXPECT_NE(said.find(c.says), std::string::npos) << c.preset << ": " << said;
   }
 }
 

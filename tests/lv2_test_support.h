@@ -42,8 +42,10 @@ size_t totalFrames(const std::vector<Block>& plan);
 // one buffer as both input and output.
 std::vector<float> renderLv2(veltrax::lv2host::Lv2Instance& instance, const std::vector<float>& input,
                              const std::vector<Block>& plan, bool inPlace = false);
-// Through the module: open, rate, block size, resume, then per block the
-// parameter changes and one double-precision process call.
+// Through the module: open, rate, block size, resume, the plug-in's port
+// defaults, then per block the parameter changes and one double-precision
+// process call between the input and output trim gains (10^(dB/20), changed
+// only before the first block).
 std::vector<float> renderModule(double rate, uint32_t maxBlockLength, const std::vector<float>& input,
                                 const std::vector<Block>& plan);
 

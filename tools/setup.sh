@@ -2,16 +2,23 @@
 # Installs the Debian packages the build, the tests and the tools need, plus
 # any further packages named on the command line (bench/peers.sh adds the
 # peer plug-ins). As root it runs apt-get; otherwise it prints the exact
-# command and stops.
+# command and stops. One line per step; apt's own output goes to a log that
+# is shown (its last lines) only when a step fails.
 set -euo pipefail
 
 packages=(
   cmake ninja-build g++ g++-multilib clang libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  libsndfile1-dev libcli11-dev python3 python3-matplotlib
+  libsndfile1-dev libsoxr-dev libcli11-dev python3 python3-matplotlib
   lv2-dev sordi liblilv-dev lilv-utils valgrind
+  emscripten chromium
   "$@"
 )
+# The pedal page's tests run on Node.js; some machines ship their own Node
+# (with its own npm), next to which Debian's npm does not install.
+if ! command -v node >/dev/null || ! command -v npm >/dev/null; then
+  packages+=(nodejs npm)
+fi
 
 missing=()
 for p in "${packages[@]}"; do
@@ -28,7 +35,23 @@ if [ "$(id -u)" -ne 0 ]; then
   exit 1
 fi
 
-echo "veltrax: installing ${missing[*]}" >&2
+log=$(mktemp "${TMPDIR:-/tmp}/veltrax-setup.XXXXXX.log")
+# step DESCRIPTION COMMAND...: one line, the command's output to the log.
+step() {
+  local what=$1
+  shift
+  printf 'veltrax: %s ... ' "$what" >&2
+  if "$@" >>"$log" 2>&1; then
+    echo "done" >&2
+  else
+    echo "failed; the last lines of $log:" >&2
+    tail -n 25 "$log" >&2
+    exit 1
+  fi
+}
+
 export DEBIAN_FRONTEND=noninteractive
-apt-get update -qq
-apt-get install -y -qq --no-install-recommends "${missing[@]}"
+step "updating the package lists" apt-get update -q
+step "installing ${#missing[@]} package(s): ${missing[*]}" \
+  apt-get install -y -q --no-install-recommends "${missing[@]}"
+rm -f "$log"

@@ -130,6 +130,30 @@ Table measureLevelCurves(const std::shared_ptr<ModuleLibrary>& module, double sa
   return table;
 }
 
+Table measureSignalLevels(const std::shared_ptr<ModuleLibrary>& module, double sampleRate,
+                          KnobSettings knobs, const std::vector<double>& sustains,
+                          const std::vector<double>& inputPeaksDb,
+                          const std::vector<double>& signal) {
+  Table table{"", "input_peak_dbfs", inputPeaksDb, {},
+              std::vector<std::vector<double>>(sustains.size(),
+                                               std::vector<double>(inputPeaksDb.size()))};
+  for (double sustain : sustains) table.columnNames.push_back(settingName("sustain", sustain));
+  const double peak = peakOf(signal.data(), signal.size());
+  const size_t cells = sustains.size() * inputPeaksDb.size();
+  parallelFor(cells, usableCpuCount(), [&](size_t cell) {
+    const size_t s = cell / inputPeaksDb.size(), l = cell % inputPeaksDb.size();
+    KnobSettings setting = knobs;
+    setting.sustain = static_cast<float>(sustains[s]);
+    const double gain = std::pow(10.0, inputPeaksDb[l] / 20.0) / peak;
+    std::vector<double> scaled(signal);
+    for (double& x : scaled) x *= gain;
+    std::vector<double> out(scaled.size());
+    processAll(*settledInstance(module, sampleRate, setting), scaled.data(), out.data(), out.size());
+    table.columns[s][l] = toDb(rmsOf(out.data(), out.size()));
+  });
+  return table;
+}
+
 Table compareSpectra(const std::vector<std::string>& names,
                      const std::vector<const std::vector<double>*>& signals, double sampleRate,
                      double low, double high) {

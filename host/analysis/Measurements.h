@@ -43,6 +43,14 @@ Table measureLevelCurves(const std::shared_ptr<ModuleLibrary>& module, double sa
                          KnobSettings knobs, const std::vector<double>& sustains,
                          const std::vector<double>& inputLevelsDb, double frequency);
 
+// Output RMS level (dBFS) of `signal` scaled to each input peak level
+// (dBFS) of `inputPeaksDb`, through a fresh instance per level. One column
+// per sustain setting: where the columns meet, sustain no longer matters.
+Table measureSignalLevels(const std::shared_ptr<ModuleLibrary>& module, double sampleRate,
+                          KnobSettings knobs, const std::vector<double>& sustains,
+                          const std::vector<double>& inputPeaksDb,
+                          const std::vector<double>& signal);
+
 // Welch spectra in dB of several signals in 1/12-octave bands from `low` to
 // `high` Hz.
 Table compareSpectra(const std::vector<std::string>& names,

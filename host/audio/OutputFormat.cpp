@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <vector>
 
 #include "host/common/HostError.h"
 
@@ -20,15 +21,6 @@ std::string lowerExtension(const std::string& path) {
   return extension;
 }
 
-int subtypeOf(SampleType type) {
-  switch (type) {
-    case SampleType::float32: return SF_FORMAT_FLOAT;
-    case SampleType::pcm16: return SF_FORMAT_PCM_16;
-    case SampleType::pcm24: return SF_FORMAT_PCM_24;
-  }
-  return SF_FORMAT_FLOAT;
-}
-
 bool writable(int format, int channels, int sampleRate) {
   SF_INFO info{};
   info.format = format;
@@ -39,10 +31,23 @@ bool writable(int format, int channels, int sampleRate) {
 
 }  // namespace
 
+int subtypeOf(SampleType type) {
+  switch (type) {
+    case SampleType::float32: return SF_FORMAT_FLOAT;
+    case SampleType::float64: return SF_FORMAT_DOUBLE;
+    case SampleType::pcm16: return SF_FORMAT_PCM_16;
+    case SampleType::pcm24: return SF_FORMAT_PCM_24;
+    case SampleType::pcm32: return SF_FORMAT_PCM_32;
+  }
+  return SF_FORMAT_FLOAT;
+}
+
 std::optional<SampleType> parseSampleType(const std::string& name) {
   if (name == "float") return SampleType::float32;
   if (name == "pcm16") return SampleType::pcm16;
   if (name == "pcm24") return SampleType::pcm24;
+  if (name == "double") return SampleType::float64;
+  if (name == "pcm32") return SampleType::pcm32;
   return std::nullopt;
 }
 
@@ -51,7 +56,8 @@ int majorFormatFor(const std::string& path) {
   // Common spellings that libsndfile lists under another extension.
   if (extension == "aif") extension = "aiff";
   if (extension == "wave") extension = "wav";
-  if (extension == "ogg") extension = "oga";
+  if (extension == "ogg" || extension == "opus") extension = "oga";
+  if (extension == "mp3") extension = "m1a";
   if (!extension.empty()) {
     int count = 0;
     sf_command(nullptr, SFC_GET_FORMAT_MAJOR_COUNT, &count, sizeof count);
@@ -77,12 +83,47 @@ int outputFormatFor(const std::string& path, int inputFormat, std::optional<Samp
                       " Hz to " + path);
     return format;
   }
-  const int candidates[] = {inputFormat & SF_FORMAT_SUBMASK, SF_FORMAT_FLOAT, SF_FORMAT_PCM_24,
-                            SF_FORMAT_PCM_16, SF_FORMAT_VORBIS};
+  const std::string extension = lowerExtension(path);
+  std::vector<int> candidates;
+  if (extension == "opus") {
+    candidates = {SF_FORMAT_OPUS};
+  } else if (major == SF_FORMAT_MPEG) {
+    candidates = {SF_FORMAT_MPEG_LAYER_III};
+  } else if (isLossy(inputFormat)) {
+    // Decoded lossy audio has no sample type of its own worth keeping.
+    candidates = {SF_FORMAT_PCM_24, SF_FORMAT_FLOAT, SF_FORMAT_PCM_16, SF_FORMAT_VORBIS};
+  } else {
+    candidates = {inputFormat & SF_FORMAT_SUBMASK, SF_FORMAT_FLOAT, SF_FORMAT_PCM_24,
+                  SF_FORMAT_PCM_16, SF_FORMAT_VORBIS};
+  }
   for (int subtype : candidates)
     if (writable(major | subtype, channels, sampleRate)) return major | subtype;
   throw HostError("cannot write " + std::to_string(channels) + " channel(s) at " +
                   std::to_string(sampleRate) + " Hz to " + path);
+}
+
+bool isLossy(int format) {
+  switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_VORBIS:
+    case SF_FORMAT_OPUS:
+    case SF_FORMAT_MPEG_LAYER_I:
+    case SF_FORMAT_MPEG_LAYER_II:
+    case SF_FORMAT_MPEG_LAYER_III: return true;
+    default: return false;
+  }
+}
+
+std::string lossyOutputSupport() {
+  const struct {
+    const char* what;
+    int format;
+  } lossy[] = {{".mp3 (MPEG layer III)", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III},
+               {".opus (Opus in Ogg, 8/12/16/24/48 kHz)", SF_FORMAT_OGG | SF_FORMAT_OPUS}};
+  std::string text;
+  for (const auto& l : lossy)
+    text += std::string(text.empty() ? "" : "; ") + l.what +
+            (writable(l.format, 1, 48000) ? " is written" : " is not supported by this libsndfile");
+  return text;
 }
 
 std::string describeFormat(int format) {
@@ -107,6 +148,8 @@ std::string describeFormat(int format) {
     }
   }
   std::string name = haveMajor && major.extension ? major.extension : "audio";
+  if ((format & SF_FORMAT_TYPEMASK) == SF_FORMAT_MPEG) name = "mp3";
+  if ((format & SF_FORMAT_TYPEMASK) == SF_FORMAT_OGG) name = "ogg";
   std::transform(name.begin(), name.end(), name.begin(),
                  [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
   return name + " " + subtype;

@@ -9,23 +9,31 @@
 
 namespace veltrax::host {
 
-SoundFileReader::SoundFileReader(const std::string& path) : path_(path) {
+SoundFileReader::SoundFileReader(const std::string& path, const SF_INFO* rawLayout,
+                                 const std::string& name)
+    : path_(name.empty() ? path : name) {
   struct stat st {};
   if (::stat(path.c_str(), &st) != 0)
-    throw HostError("cannot open input " + path + ": " + std::strerror(errno));
-  if (S_ISDIR(st.st_mode)) throw HostError("cannot open input " + path + ": is a directory");
+    throw HostError("cannot open input " + path_ + ": " + std::strerror(errno));
+  if (S_ISDIR(st.st_mode)) throw HostError("cannot open input " + path_ + ": is a directory");
+  if (rawLayout) info_ = *rawLayout;
   file_ = sf_open(path.c_str(), SFM_READ, &info_);
   if (!file_)
-    throw HostError("cannot read " + path + " as audio: " + sf_strerror(nullptr));
+    throw HostError("cannot read " + path_ + " as audio: " + sf_strerror(nullptr) +
+                    (rawLayout ? "" : " (headerless audio needs --raw-input RATE:CHANNELS:SUBTYPE)"));
   if (info_.channels < 1 || info_.samplerate < 1) {
     sf_close(file_);
     file_ = nullptr;
-    throw HostError("cannot read " + path + " as audio: no channels or no sample rate");
+    throw HostError("cannot read " + path_ + " as audio: no channels or no sample rate");
   }
 }
 
 SoundFileReader::~SoundFileReader() {
   if (file_) sf_close(file_);
+}
+
+void SoundFileReader::rewind() {
+  if (sf_seek(file_, 0, SEEK_SET) != 0) throw HostError("cannot read " + path_ + " again");
 }
 
 size_t SoundFileReader::read(double* interleaved, size_t frames) {

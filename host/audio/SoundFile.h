@@ -11,12 +11,18 @@ namespace veltrax::host {
 
 class SoundFileReader {
  public:
-  explicit SoundFileReader(const std::string& path);
+  // `rawLayout` (rate, channels, SF_FORMAT_RAW | subtype) reads headerless
+  // audio; null reads the format from the file's header. `name` names the
+  // file in messages (default: `path`).
+  explicit SoundFileReader(const std::string& path, const SF_INFO* rawLayout = nullptr,
+                           const std::string& name = {});
   ~SoundFileReader();
   SoundFileReader(const SoundFileReader&) = delete;
   SoundFileReader& operator=(const SoundFileReader&) = delete;
 
   const SF_INFO& info() const { return info_; }
+  // Back to the first frame (a second pass over the input).
+  void rewind();
   // Reads up to `frames` interleaved frames; returns how many were read
   // (0 at the end). Throws on a read error.
   size_t read(double* interleaved, size_t frames);

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <filesystem>
 
 #include "host/analysis/Measurements.h"
 #include "host/audio/SafeOutputFile.h"
@@ -42,6 +43,10 @@ void printRow(const std::string& file, const std::string& setting, const NamedPr
 
 int runDemo(const DemoOptions& options) {
   const std::string& dir = options.directory;
+  std::error_code error;
+  if (!options.force && std::filesystem::is_directory(dir, error) &&
+      !std::filesystem::is_empty(dir, error))
+    throw HostError("demo directory " + dir + " is not empty (use --force to write into it)");
   createDirectories(dir);
   const auto module = ModuleLibrary::open(locateModule(options.module));
 

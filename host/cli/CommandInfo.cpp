@@ -51,16 +51,25 @@ void printParameters(const EffectInstance& effect) {
   }
 }
 
+// Each program's name as the module answers both queries: as the current
+// program (what a host's program menu shows after selecting it) and by index.
+// The selection is put back afterwards.
 void printPrograms(const EffectInstance& effect) {
-  std::printf("programs      %d, current %d \"%s\"\n", effect.programCount(),
-              effect.currentProgram(), effect.currentProgramName().c_str());
+  const int32_t current = effect.currentProgram();
+  std::printf("programs      %d, current %d \"%s\"; names as current / by index:\n",
+              effect.programCount(), current, effect.currentProgramName().c_str());
+  constexpr int kPerLine = 3;
   for (int32_t i = 0; i < effect.programCount(); ++i) {
-    const auto name = effect.programName(i);
-    const bool endOfLine = i % 4 == 3 || i + 1 == effect.programCount();
-    std::printf("%s%3d %-*s", i % 4 == 0 ? "  " : "", i, endOfLine ? 0 : 14,
-                name ? name->c_str() : "(no name)");
+    effect.dispatch(effSetProgram, 0, i);
+    const std::string asCurrent = "\"" + effect.currentProgramName() + "\"";
+    const auto indexed = effect.programName(i);
+    const std::string byIndex = indexed ? "\"" + *indexed + "\"" : "(no answer)";
+    const bool endOfLine = i % kPerLine == kPerLine - 1 || i + 1 == effect.programCount();
+    std::printf("%s%3d %s / %-*s", i % kPerLine == 0 ? "  " : "  ", i, asCurrent.c_str(),
+                endOfLine ? 0 : 10, byIndex.c_str());
     if (endOfLine) std::printf("\n");
   }
+  effect.dispatch(effSetProgram, 0, current);
 }
 
 void printExtension(const EffectInstance& effect) {

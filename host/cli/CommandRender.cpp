@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "host/audio/RenderFile.h"
+#include "host/audio/StandardStreams.h"
 #include "host/cli/Commands.h"
 #include "host/cli/InstallLayout.h"
 #include "host/common/Levels.h"
@@ -45,22 +46,50 @@ KnobSettings knobsFrom(const RenderOptions& options) {
   return knobs;
 }
 
+// "RATE:CHANNELS:SUBTYPE", e.g. 48000:2:pcm16.
+RawLayout rawLayoutFrom(const std::string& text) {
+  const std::string usage = "--raw-input RATE:CHANNELS:SUBTYPE (e.g. 48000:2:pcm16) for headerless audio";
+  RawLayout layout;
+  char subtype[16] = {};
+  char end = 0;
+  if (std::sscanf(text.c_str(), "%d:%d:%15[a-z0-9]%c", &layout.sampleRate, &layout.channels,
+                  subtype, &end) != 3 ||
+      layout.sampleRate < 1 || layout.channels < 1 || layout.channels > 1024)
+    throw UsageError(usage + ", not \"" + text + "\"");
+  const auto type = parseSampleType(subtype);
+  if (!type) throw UsageError(usage + ": unknown subtype \"" + subtype + "\"");
+  layout.sampleType = *type;
+  return layout;
+}
+
 }  // namespace
 
 int runRender(const RenderOptions& options) {
   RenderRequest request;
   request.input = options.input;
   request.output = options.output;
-  request.knobs = knobsFrom(options);
-  request.blockSize = options.blockSize;
   request.force = options.force;
-  if (options.blockSize < 1 || options.blockSize > (1 << 20))
-    throw UsageError("--block must be 1 to 1048576 samples");
+  request.outputFormat = options.format;
+  if (!options.rawInput.empty()) request.rawInput = rawLayoutFrom(options.rawInput);
+  RenderSettings& settings = request.settings;
+  settings.knobs = knobsFrom(options);
+  settings.blockSize = options.blockSize;
+  settings.preroll = !options.noPreroll;
+  settings.inputGainDb = options.inputGainDb;
+  settings.outputGainDb = options.outputGainDb;
+  settings.normalizePeakDbfs = options.normalizePeakDbfs;
+  settings.voicingRate = options.voicingRate;
   if (!options.subtype.empty()) {
-    request.sampleType = parseSampleType(options.subtype);
-    if (!request.sampleType)
-      throw UsageError("unknown --subtype \"" + options.subtype + "\" (float, pcm16 or pcm24)");
+    settings.sampleType = parseSampleType(options.subtype);
+    if (!settings.sampleType)
+      throw UsageError("unknown --subtype \"" + options.subtype +
+                       "\" (float, double, pcm16, pcm24 or pcm32)");
   }
+  if (const std::string problem = renderSettingsProblem(settings); !problem.empty())
+    throw UsageError(problem);
+  if (isStandardStream(options.output) && options.format.empty())
+    throw UsageError("cannot tell the format for standard output: give --format wav (or flac, "
+                     "aiff, raw, ...)");
   const auto module = ModuleLibrary::open(locateModule(options.module));
   const RenderReport report = renderFile(module, request);
 
@@ -68,14 +97,22 @@ int runRender(const RenderOptions& options) {
   const int subtype = report.outputFormat & SF_FORMAT_SUBMASK;
   const bool clipped =
       report.outputPeak > 1.0 && subtype != SF_FORMAT_FLOAT && subtype != SF_FORMAT_DOUBLE;
-  std::printf(
-      "%s -> %s: %.2f s, %d ch, %d Hz, %s; %.2f s (%.1fx real-time, %u thread%s); "
-      "peak in %.1f dBFS, out %.1f dBFS%s\n",
-      options.input.c_str(), options.output.c_str(), duration, report.channels, report.sampleRate,
-      describeFormat(report.outputFormat).c_str(), report.seconds,
-      report.seconds > 0 ? duration / report.seconds : 0.0, report.threads,
-      report.threads == 1 ? "" : "s", toDb(report.inputPeak), toDb(report.outputPeak),
-      clipped ? " (clipped in the file; lower --volume or use --subtype float)" : "");
+  const bool lossyToPcm =
+      report.lossyInput && options.subtype.empty() && !isLossy(report.outputFormat);
+  const std::string input = isStandardStream(options.input) ? "stdin" : options.input;
+  const std::string output = isStandardStream(options.output) ? "stdout" : options.output;
+  // The summary goes to stderr when the audio goes to stdout.
+  std::fprintf(isStandardStream(options.output) ? stderr : stdout,
+               "%s -> %s: %.2f s, %d ch, %d Hz, %s%s; %.2f s (%.1fx real-time, %u thread%s); "
+               "peak in %.1f dBFS, out %.1f dBFS%s\n",
+               input.c_str(), output.c_str(), duration, report.channels, report.sampleRate,
+               describeFormat(report.outputFormat).c_str(),
+               lossyToPcm ? " (default for a lossy input)" : "", report.seconds,
+               report.seconds > 0 ? duration / report.seconds : 0.0, report.threads,
+               report.threads == 1 ? "" : "s", toDb(report.inputPeak), toDb(report.outputPeak),
+               clipped ? " (clipped in the file; lower --output-gain, use --normalize or "
+                         "--subtype float)"
+                       : "");
   return 0;
 }
 

@@ -25,11 +25,18 @@ struct RenderOptions {
   int blockSize = 512;
   bool force = false;
   std::string subtype;  // empty: as the input
+  double inputGainDb = 0.0, outputGainDb = 0.0;
+  std::optional<double> normalizePeakDbfs;
+  bool noPreroll = false;
+  std::optional<double> voicingRate;
+  std::string format;    // output container by name; needed for OUT "-"
+  std::string rawInput;  // "RATE:CHANNELS:SUBTYPE" of headerless input
 };
 
 struct DemoOptions {
   std::string directory = "demo-out";
   std::string module;
+  bool force = false;  // write into a directory that has files in it
 };
 
 struct InfoOptions {

@@ -1,5 +1,7 @@
 #include "host/cli/Figures.h"
 
+#include <cstdio>
+
 #include "host/analysis/FourierAnalysis.h"
 #include "host/analysis/Measurements.h"
 #include "host/cli/PlotScript.h"
@@ -31,6 +33,27 @@ std::vector<std::string> writeFigures(const std::shared_ptr<ModuleLibrary>& modu
   curves.caption = "1 kHz sine, tone 5, volume 10";
   writeCsv(directory + "/level_curves.csv", curves);
 
+  // The same tone setting at the common file rates: the oversampling
+  // filter has coefficient sets for 44.1 and 48 kHz only.
+  Table rates{"tone 5, sustain 5, volume 10", "frequency_hz", logFrequencies(20.0, 20000.0, 200),
+              {}, {}};
+  for (double fileRate : {44100.0, 48000.0, 96000.0, 192000.0}) {
+    Table at = measureToneResponses(module, fileRate, toneKnobs, {0.5}, rates.x);
+    char name[32];
+    std::snprintf(name, sizeof name, "%g kHz", fileRate / 1000.0);
+    rates.columnNames.push_back(name);
+    rates.columns.push_back(at.columns[0]);
+  }
+  writeCsv(directory + "/rate_response.csv", rates);
+
+  // The demo riff at a range of input levels (-0.9 dBFS peak is a hot DI).
+  std::vector<double> peaks;
+  for (double db = -48.0; db <= 12.0; db += 3.0) peaks.push_back(db);
+  Table riffLevels =
+      measureSignalLevels(module, rate, levelKnobs, {0.0, 0.5, 1.0}, peaks, dryRiff);
+  riffLevels.caption = "demo riff, tone 5, volume 10, no trims";
+  writeCsv(directory + "/riff_levels.csv", riffLevels);
+
   const NamedPreset* preset = findNamedPreset(kSpectrumPreset);
   Table spectrum = compareSpectra({"dry", "processed (" + std::string(preset->label) + ")"},
                                   {&dryRiff, &processedRiff}, rate, 20.0, 20000.0);
@@ -39,7 +62,8 @@ std::vector<std::string> writeFigures(const std::shared_ptr<ModuleLibrary>& modu
 
   runPlotScript(directory);
   return {directory + "/tone_response.png", directory + "/level_curves.png",
-          directory + "/riff_spectrum.png"};
+          directory + "/riff_spectrum.png", directory + "/rate_response.png",
+          directory + "/riff_levels.png"};
 }
 
 }  // namespace veltrax::host

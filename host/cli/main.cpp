@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <exception>
 
+#include "host/audio/OutputFormat.h"
 #include "host/cli/Commands.h"
 #include "presets/NamedPresets.h"
 
@@ -40,6 +41,7 @@ int main(int argc, char** argv) {
       "like any plug-in host. Exit status: 0 on success, 1 when a command fails,\n"
       "2 for a command line that cannot be carried out.",
       "veltrax"};
+  app.set_version_flag("--version", "veltrax " VELTRAX_VERSION, "Print the version and exit");
   app.require_subcommand(1);
   app.footer("Run 'veltrax COMMAND --help' for the options of a command.");
 
@@ -47,10 +49,14 @@ int main(int argc, char** argv) {
   double sustain = 0, tone = 0, volume = 0;
   auto* renderCommand = app.add_subcommand(
       "render", "Render an audio file through the effect (each channel through its own instance).");
-  renderCommand->add_option("IN", render.input, "Input audio file (any format libsndfile reads)")
+  renderCommand
+      ->add_option("IN", render.input,
+                   "Input audio file (any format libsndfile reads), or - for standard input")
       ->required();
-  renderCommand->add_option("OUT", render.output,
-                            "Output file; its extension picks the format (.wav, .flac, .aiff, ...)")
+  renderCommand
+      ->add_option("OUT", render.output,
+                   "Output file; its extension picks the format (.wav, .flac, .aiff, .ogg, "
+                   ".mp3, .opus, ...), or - for standard output (with --format)")
       ->required();
   renderCommand->add_option("--preset", render.preset, "Start from a named setting (list below)");
   auto* sustainOption = renderCommand->add_option("--sustain", sustain, "Sustain (drive), 0..1");
@@ -61,22 +67,48 @@ int main(int argc, char** argv) {
                             "Knob scale: 1 (default) for 0..1 values, 10 for the pedal's 0..10 dial");
   renderCommand->add_option("--block", render.blockSize, "Block length in samples (default 512)");
   renderCommand->add_option("--subtype", render.subtype,
-                            "Output sample type: float, pcm16 or pcm24 (default: as the input)");
+                            "Output sample type: float, double, pcm16, pcm24 or pcm32 (default: "
+                            "as the input; 24-bit PCM for a lossy input)");
+  renderCommand->add_option("--input-gain", render.inputGainDb,
+                            "Trim before the pedal, dB (default 0; more drives it harder)");
+  renderCommand->add_option("--output-gain", render.outputGainDb,
+                            "Trim after the pedal, dB (default 0)");
+  renderCommand->add_option("--normalize", render.normalizePeakDbfs,
+                            "Second pass: scale the output so its peak is PEAK_DBFS (at most 0)")
+      ->type_name("PEAK_DBFS");
+  renderCommand->add_flag("--no-preroll", render.noPreroll,
+                          "Start the audio on the knob ramps instead of after one block of "
+                          "silence (the output then depends on --block)");
+  renderCommand->add_option("--voicing-rate", render.voicingRate,
+                            "Run the pedal at this rate (e.g. 48000) between two high-quality "
+                            "conversions, so it sounds alike at every file rate (default: off)")
+      ->type_name("HZ");
+  renderCommand->add_option("--format", render.format,
+                            "Output format by name (wav, flac, aiff, raw, ...): needed for "
+                            "OUT -, else overrides OUT's extension");
+  renderCommand->add_option("--raw-input", render.rawInput,
+                            "Read IN as headerless audio of this layout, e.g. 48000:1:pcm16")
+      ->type_name("RATE:CHANNELS:SUBTYPE");
   renderCommand->add_flag("--force", render.force, "Replace OUT if it exists");
   addModuleOption(renderCommand, render.module);
   renderCommand->footer(
       presetList() +
       "\nUnset knobs take the preset's values, or 0.5 without a preset. OUT is written to a\n"
       "temporary file next to it and renamed into place only when complete; OUT may not be\n"
-      "IN (also through links). Example:\n"
-      "  veltrax render guitar.wav fuzz.wav --preset doom\n"
-      "  veltrax render guitar.flac out.wav --sustain 7 --tone 4 --volume 6 --scale 10");
+      "IN (also through links). The pedal's output level hardly follows its input: a guitar\n"
+      "DI comes out at about -22 dBFS RMS with volume 10; --output-gain lifts it. Lossy\n"
+      "output: " + lossyOutputSupport() + ".\nExamples:\n"
+      "  veltrax render guitar.wav fuzz.wav --preset doom --output-gain 6\n"
+      "  veltrax render guitar.flac out.wav --sustain 8 --tone 7 --volume 10 --scale 10 "
+      "--output-gain 4\n"
+      "  sox guitar.wav -t wav - | veltrax render - - --format flac --preset doom > fuzz.flac");
 
   DemoOptions demo;
   auto* demoCommand = app.add_subcommand(
       "demo", "Synthesise a guitar riff, render it through the named presets, write WAVs, "
               "figures and a summary.");
   demoCommand->add_option("DIR", demo.directory, "Output directory (default demo-out)");
+  demoCommand->add_flag("--force", demo.force, "Write into DIR even if it has files in it");
   addModuleOption(demoCommand, demo.module);
 
   InfoOptions info;
@@ -96,6 +128,8 @@ int main(int argc, char** argv) {
   } catch (const CLI::CallForHelp& e) {
     return app.exit(e);
   } catch (const CLI::CallForAllHelp& e) {
+    return app.exit(e);
+  } catch (const CLI::CallForVersion& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
     std::fprintf(stderr, "veltrax: error: %s (see veltrax --help)\n", e.what());

@@ -7,6 +7,8 @@ Reads the tables `veltrax plot` writes into DIR and writes one PNG per table:
   tone_response.csv -> tone_response.png  small-signal gain vs frequency per tone setting
   level_curves.csv  -> level_curves.png   output vs input level per sustain setting
   riff_spectrum.csv -> riff_spectrum.png  demo riff spectrum, dry vs processed
+  rate_response.csv -> rate_response.png  small-signal gain vs frequency per sample rate
+  riff_levels.csv   -> riff_levels.png    demo riff output RMS vs input peak per sustain
 A missing table is skipped; no table at all is an error.
 """
 import csv
@@ -71,32 +73,38 @@ def fit_top(axes, columns, span):
         axes.set_ylim(top - span, top + 5)
 
 
-def tone_response(table, out):
-    caption, x, columns = table
-    figure, axes = plt.subplots(figsize=(9, 5.5))
-    for (name, values), colour in zip(columns, colours(len(columns))):
-        axes.plot(x, values, label=name, color=colour, linewidth=1.8)
-    frequency_axis(axes)
-    fit_top(axes, columns, 70)
-    axes.set_ylabel("gain (dB)")
-    titled(axes, "Tone control: small-signal frequency response", caption)
-    axes.legend(title="tone knob", loc="lower left")
-    figure.tight_layout()
-    figure.savefig(out, dpi=110)
+def frequency_responses(title, legend):
+    """A drawing function for gain vs frequency, one curve per column."""
+    def draw(table, out):
+        caption, x, columns = table
+        figure, axes = plt.subplots(figsize=(9, 5.5))
+        for (name, values), colour in zip(columns, colours(len(columns))):
+            axes.plot(x, values, label=name, color=colour, linewidth=1.8)
+        frequency_axis(axes)
+        fit_top(axes, columns, 70)
+        axes.set_ylabel("gain (dB)")
+        titled(axes, title, caption)
+        axes.legend(title=legend, loc="lower left")
+        figure.tight_layout()
+        figure.savefig(out, dpi=110)
+    return draw
 
 
-def level_curves(table, out):
-    caption, x, columns = table
-    figure, axes = plt.subplots(figsize=(9, 5.5))
-    for (name, values), colour in zip(columns, colours(len(columns))):
-        axes.plot(x, values, label=name, color=colour, linewidth=1.8)
-    axes.set_xlabel("input level, sine peak (dBFS)")
-    axes.set_ylabel("output level, peak (dBFS)")
-    titled(axes, "Static input/output curve", caption)
-    axes.grid(True, alpha=0.3)
-    axes.legend(title="sustain knob", loc="lower right")
-    figure.tight_layout()
-    figure.savefig(out, dpi=110)
+def level_plot(title, x_label, y_label):
+    """A drawing function for output level vs input level, one curve per sustain."""
+    def draw(table, out):
+        caption, x, columns = table
+        figure, axes = plt.subplots(figsize=(9, 5.5))
+        for (name, values), colour in zip(columns, colours(len(columns))):
+            axes.plot(x, values, label=name, color=colour, linewidth=1.8)
+        axes.set_xlabel(x_label)
+        axes.set_ylabel(y_label)
+        titled(axes, title, caption)
+        axes.grid(True, alpha=0.3)
+        axes.legend(title="sustain knob", loc="lower right")
+        figure.tight_layout()
+        figure.savefig(out, dpi=110)
+    return draw
 
 
 def riff_spectrum(table, out):
@@ -115,9 +123,15 @@ def riff_spectrum(table, out):
 
 
 FIGURES = [
-    ("tone_response", tone_response),
-    ("level_curves", level_curves),
+    ("tone_response", frequency_responses("Tone control: small-signal frequency response",
+                                          "tone knob")),
+    ("level_curves", level_plot("Static input/output curve", "input level, sine peak (dBFS)",
+                                "output level, peak (dBFS)")),
     ("riff_spectrum", riff_spectrum),
+    ("rate_response", frequency_responses("Sample rate: small-signal frequency response",
+                                          "file rate")),
+    ("riff_levels", level_plot("Guitar level: where sustain matters",
+                               "input level, riff peak (dBFS)", "output level, RMS (dBFS)")),
 ]
 
 

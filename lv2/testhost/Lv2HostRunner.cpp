@@ -10,7 +10,8 @@
 //     --seconds S         length of the signal (10)
 //     --repeat K          render K times, report the fastest (3)
 //     --set SYMBOL=VALUE  set a control port (repeatable)
-//     --preset URI        apply a preset before the controls given by --set
+//     --preset NAME       apply a preset (its URI, the URI's last segment or its
+//                         label) before the controls given by --set
 //     --list-presets      print the plug-in's presets and exit
 //
 // The signal is a 110 Hz sawtooth at half scale, a guitar-like spectrum that
@@ -48,7 +49,7 @@ int usage(const char* why) {
   std::cerr << "veltrax-lv2host: " << why
             << "\nusage: veltrax-lv2host [--lv2-path PATH] [--rate HZ] [--block N] [--max-block N]"
                " [--no-features] [--seconds S] [--repeat K] [--set SYMBOL=VALUE]..."
-               " [--preset URI] [--list-presets] PLUGIN_URI\n";
+               " [--preset NAME|URI] [--list-presets] PLUGIN_URI\n";
   return 2;
 }
 
@@ -136,9 +137,17 @@ int main(int argc, char** argv) {
     std::cerr << "veltrax-lv2host: " << error << "\n";
     return 1;
   }
-  if (!s.preset.empty() && !instance->loadPreset(s.preset)) {
-    std::cerr << "veltrax-lv2host: cannot load preset " << s.preset << "\n";
-    return 1;
+  if (!s.preset.empty()) {
+    const auto presetUri = world.findPreset(s.pluginUri, s.preset);
+    if (!presetUri) {
+      std::cerr << "veltrax-lv2host: no preset '" << s.preset << "' for " << s.pluginUri
+                << " (or more than one; --list-presets shows them)\n";
+      return 1;
+    }
+    if (!instance->loadPreset(*presetUri)) {
+      std::cerr << "veltrax-lv2host: cannot load preset " << *presetUri << "\n";
+      return 1;
+    }
   }
   for (const auto& [symbol, value] : s.controls) {
     if (!instance->setControl(symbol, value)) {

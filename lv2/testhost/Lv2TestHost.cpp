@@ -1,6 +1,7 @@
 #include "lv2/testhost/Lv2TestHost.h"
 
 #include <algorithm>
+#include <cctype>
 #include <chrono>
 #include <cmath>
 #include <cstring>
@@ -75,6 +76,30 @@ std::vector<PresetInfo> Lv2World::presets(const std::string& pluginUri) const {
   }
   lilv_nodes_free(related);
   return result;
+}
+
+namespace {
+
+bool sameIgnoringCase(const std::string& a, const std::string& b) {
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
+           return std::tolower(static_cast<unsigned char>(x)) ==
+                  std::tolower(static_cast<unsigned char>(y));
+         });
+}
+
+}  // namespace
+
+std::optional<std::string> Lv2World::findPreset(const std::string& pluginUri,
+                                                const std::string& name) const {
+  std::optional<std::string> found;
+  for (const PresetInfo& preset : presets(pluginUri)) {
+    const std::string segment = preset.uri.substr(preset.uri.find_last_of(":/#") + 1);
+    if (preset.uri == name) return preset.uri;
+    if (!sameIgnoringCase(segment, name) && !sameIgnoringCase(preset.label, name)) continue;
+    if (found && *found != preset.uri) return std::nullopt;  // ambiguous
+    found = preset.uri;
+  }
+  return found;
 }
 
 Lv2Instance::Lv2Instance(Lv2World& world, const LilvPlugin* plugin)
@@ -257,6 +282,7 @@ void Lv2Instance::setPortValue(const char* symbol, void* self, const void* value
 bool Lv2Instance::loadPreset(const std::string& presetUri) {
   LilvWorld* w = world_.lilv();
   Node preset = uriNode(w, presetUri.c_str());
+  if (!preset) return false;  // not a URI lilv accepts
   lilv_world_load_resource(w, preset.get());
   LilvState* state = lilv_state_new_from_world(w, world_.urids().mapFeatureData(), preset.get());
   if (state == nullptr) return false;

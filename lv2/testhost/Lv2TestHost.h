@@ -49,6 +49,11 @@ class Lv2World {
   const LilvPlugin* plugin(const std::string& uri) const;
   // The presets that apply to the plug-in, with their labels.
   std::vector<PresetInfo> presets(const std::string& pluginUri) const;
+  // The URI of the plug-in's preset called `name`: its full URI, the last
+  // segment of its URI (after ':', '/' or '#') or its label, letter case
+  // aside. nullopt when no preset or more than one matches.
+  std::optional<std::string> findPreset(const std::string& pluginUri,
+                                        const std::string& name) const;
 
  private:
   LilvWorld* world_;
@@ -76,7 +81,8 @@ class Lv2Instance {
   // Control input ports by symbol; false / nullopt for an unknown symbol.
   bool setControl(std::string_view symbol, float value);
   std::optional<float> control(std::string_view symbol) const;
-  // Sets the control ports a preset names; false if it cannot be loaded.
+  // Sets the control ports a preset names; false if `presetUri` is not a
+  // valid URI or names no preset that can be loaded.
   bool loadPreset(const std::string& presetUri);
 
   void activate();

@@ -37,6 +37,9 @@ RunningCli::RunningCli(const std::vector<std::string>& arguments, const RunOptio
   if (pid_ > 0) return;
   const int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   const int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  const int in = ::open(options.standardInput.empty() ? "/dev/null" : options.standardInput.c_str(),
+                       O_RDONLY);
+  ::dup2(in, STDIN_FILENO);
   ::dup2(out, STDOUT_FILENO);
   ::dup2(err, STDERR_FILENO);
   ::setenv("VELTRAX_MODULE", VELTRAX_MODULE_PATH, 1);

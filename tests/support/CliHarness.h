@@ -18,6 +18,7 @@ struct RunResult {
 struct RunOptions {
   std::vector<std::string> environment;  // extra NAME=VALUE entries
   long fileSizeLimit = -1;               // RLIMIT_FSIZE in bytes for the child, -1: none
+  std::string standardInput;             // file the child reads as stdin; empty: /dev/null
 };
 
 // Runs the built `veltrax` with `arguments` (the module is passed through
