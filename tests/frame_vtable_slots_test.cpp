@@ -4,10 +4,13 @@
 // operation's own signature: the host opcode and arguments a wrapper sends,
 // the record field a setter writes, the flag bit it flips, the value a getter
 // answers. The recording effect logs the operations whose default does
-// nothing visible, so swapping any two declarations fails here. Slot 164, the
-// effect's own program change, is exercised through the module.
+// nothing visible, so swapping any two declarations fails here. The same rows
+// then check how each host wrapper turns the host's answer into its result,
+// and what it gives without a host. Slot 164, the effect's own program
+// change, is exercised through the module.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstring>
 #include <sstream>
 #include <string>
@@ -22,6 +25,8 @@ namespace {
 using recording::P;
 using Probe = recording::RecordingEffect;
 std::string hostLog;
+bool answerFixed = false;  // answer fixedAnswer instead of 1000 + opcode
+intptr_t fixedAnswer = 0;
 
 // Answers opcode n with 1000 + n, so each wrapper's result shows its opcode.
 intptr_t recordingHost(AEffect*, int32_t opcode, int32_t index, intptr_t value, void* ptr,
@@ -30,7 +35,7 @@ intptr_t recordingHost(AEffect*, int32_t opcode, int32_t index, intptr_t value, 
   s << "h" << opcode << "(" << index << "," << value << "," << recording::describe(ptr) << ","
     << opt << ") ";
   hostLog += s.str();
-  return 1000 + opcode;
+  return answerFixed ? fixedAnswer : 1000 + opcode;
 }
 
 template <typename T>
@@ -228,6 +233,66 @@ TEST(FrameVtableSlots, EverySlotReachesItsOwnOperation) {
         << "slot " << s.slot;
   }
   EXPECT_EQ(expectedSlot, 164);
+}
+
+// What a host wrapper makes of the host's answer a, read from what it made of
+// 1000 + opcode: a unchanged, 1 for any non-zero a, 1 for 0 (a pin is
+// connected when the host answers 0), or a with a fallback for 0 and below:
+// version 1, rate 44100 whatever the rate was, block size kept.
+std::string resultFor(const std::string& signature, int32_t opcode, intptr_t a) {
+  const long shown = std::stol(signature.substr(signature.rfind('=') + 1));
+  intptr_t r = shown == 1 ? a != 0 : shown == 0 ? a == 0 : a;
+  if (opcode == audioMasterVersion && a == 0) r = 1;
+  if (opcode == audioMasterGetSampleRate && a <= 0) r = 44100;
+  if (opcode == audioMasterGetBlockSize && a <= 0) r = 1024;
+  return "=" + std::to_string(r);
+}
+
+// Every wrapper row again with the host answering 0, 1, 2 and -1, and with no
+// host at all, which gives what an answer of 0 gives and calls nothing.
+TEST(FrameVtableSlots, WrappersDeriveTheirResultFromTheHostsAnswer) {
+  for (const Slot& s : kSlots) {
+    const std::string signature = s.signature;
+    const bool wrapper =
+        signature[0] == 'h' && std::isdigit(static_cast<unsigned char>(signature[1]));
+    if (!wrapper || signature.find('=') == std::string::npos) continue;
+    const int32_t opcode = std::stoi(signature.substr(1));
+    for (const bool withHost : {true, false}) {
+      for (const intptr_t a : {0, 1, 2, -1}) {
+        Probe probe(withHost ? recordingHost : nullptr);
+        probe.AudioEffect::setSampleRate(96000.0f);
+        answerFixed = true, fixedAnswer = a, hostLog.clear();
+        const std::string result = s.call(probe, static_cast<AudioEffect*>(&probe));
+        answerFixed = false;
+        EXPECT_EQ(result, resultFor(signature, opcode, withHost ? a : 0))
+            << "slot " << s.slot << " answer " << a;
+        EXPECT_EQ(hostLog.empty(), !withHost) << "slot " << s.slot;
+        if (!withHost) break;
+      }
+    }
+  }
+}
+
+// Wrappers with a pointer argument refuse null without asking; events count
+// as delivered only when the host answers exactly 1; resume asks for MIDI
+// events (host 6, value 1) for a synthesizer only, unless canDo says exactly 1.
+TEST(FrameVtableSlots, WrapperSpecialCases) {
+  Probe probe(recordingHost);
+  hostLog.clear();
+  EXPECT_FALSE(probe.openFileSelector(nullptr) || probe.closeFileSelector(nullptr) ||
+               probe.__getChunkFileDeprecated(nullptr));
+  answerFixed = true;
+  std::string delivered;
+  for (const intptr_t a : {1, 2, 0, -1})
+    delivered += (fixedAnswer = a, probe.sendVstEventsToHost(nullptr)) ? "1" : "0";
+  answerFixed = false;
+  EXPECT_EQ(delivered, "1000");
+  hostLog.clear();
+  probe.AudioEffectX::resume();  // the recording effect's canDo answers 77
+  EXPECT_EQ(hostLog, "");
+  probe.isSynth(true);
+  probe.AudioEffectX::resume();
+  EXPECT_EQ(hostLog, "h6(0,1,null,0) ");
 }
 
 // An extension that overrides nothing answers the defaults, by position.
