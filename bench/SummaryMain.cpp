@@ -87,6 +87,14 @@ void printTable(const std::map<std::string, double>& ns) {
       printRow(kernel + " kernel, " + knobs + ", blocks of " + block, v);
     }
 
+  // multistream/<kernel>/<streams>/<threads>/48000/256 against one fast instance.
+  const double single = get("multistream/single-fast/48000/256");
+  std::printf("\nMulti-stream engine, 48000 Hz, blocks of 256, wall time per stream-sample\n");
+  for (const auto& [name, v] : ns)
+    if (name.rfind("multistream/", 0) == 0 && name != "multistream/single-fast/48000/256")
+      std::printf("  %-42s %8.2f ns  %5.2f x one fast instance (%.2f ns)\n", name.c_str(), v,
+                  single / v, single);
+
   std::printf("\nStages, ns per input sample at 48000 Hz\n");
   for (const auto& [name, v] : ns)
     if (name.rfind("stage/", 0) == 0) std::printf("  %-32s %8.2f\n", name.c_str(), v);
@@ -94,7 +102,7 @@ void printTable(const std::map<std::string, double>& ns) {
 }
 
 std::string summaryFilter() {
-  std::string f = "^(stage/.*|chain/fast-.*";
+  std::string f = "^(stage/.*|chain/fast-.*|multistream/single-fast/.*|multistream/[a-z0-9]+/(8|16)/.*";
   for (int rate : kRates)
     for (int block : kBlocks) f += "|" + chain("fast", "steady", rate, block);
   for (const char* name : {"fast/automation", "fast/toggle", "plain/steady", "plain/automation"})

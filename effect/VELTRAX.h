@@ -23,6 +23,11 @@
 #include "effect/VELTRAXProgram.h"
 #include "frame/QTypeBase.h"
 
+namespace veltrax::fast {
+struct ChainState;
+struct Block;
+}  // namespace veltrax::fast
+
 class VELTRAX : public Q_TypeBase {
  public:
   static constexpr int32_t kNumPrograms = 16;
@@ -88,6 +93,23 @@ class VELTRAX : public Q_TypeBase {
   bool reserveBlockCapacity(int32_t frames);
   void selectEngine(veltrax::Engine engine);
 
+  // Internal, for engines that run the per-sample loop of several instances
+  // at once (dsp/multistream). The instance belongs to that engine's thread,
+  // which calls these in order for every block, with flush-to-zero set:
+  // beginBlock does what a block does before its per-sample loop (knob
+  // changes, glides, ramps, the switch's gains) and is false when the block
+  // must pass its input through unchanged; captureChain copies the running
+  // state out (false: the chain does not have the kernels' shape);
+  // describeBlock fills the block's gains, path choices, ramps and clipping
+  // table; restoreChain takes the state back; endBlock adopts the knobs.
+  bool beginBlock(int32_t n, ControlRamps& ramps);
+  void runChain(const double* in, double* out, int32_t n,
+                const ControlRamps& ramps);  // the selected engine
+  bool captureChain(veltrax::fast::ChainState& state) const;
+  void describeBlock(const ControlRamps& ramps, veltrax::fast::Block& block) const;
+  void restoreChain(const veltrax::fast::ChainState& state);
+  void endBlock(int32_t n);
+
   // The shared clipping table and the rate it was last built for.
   static Clipper clip;
   static std::atomic<double> clipSampleRate;
@@ -105,6 +127,7 @@ class VELTRAX : public Q_TypeBase {
   void runSignalChain(const double* in, double* out, int32_t n, const ControlRamps& ramps);
   void runSignalChainFast(const double* in, double* out, int32_t n, const ControlRamps& ramps);
   bool fastChainApplies() const;  // the cascades have the shape the fast kernels expect
+  IIRFilter& sectionIn(veltrax::chain::LaneSlot slot) const;
 
   // Members in the declared order of the circuit model.
   RecursiveMutex paramLock;

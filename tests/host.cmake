@@ -27,6 +27,6 @@ target_compile_definitions(veltrax_cli_harness PRIVATE
 target_link_libraries(veltrax_cli_harness PUBLIC PkgConfig::SNDFILE)
 add_dependencies(veltrax_cli_harness veltrax_cli veltrax_module)
 
-foreach(area cli_render cli_bad_input cli_info_demo)
+foreach(area cli_render cli_render_set cli_bad_input cli_info_demo)
   veltrax_test(${area}_test SOURCES ${area}_test.cpp LIBS veltrax_cli_harness LABELS cli NEEDS_MODULE)
 endforeach()

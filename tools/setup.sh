@@ -12,6 +12,7 @@ packages=(
   libsndfile1-dev libsoxr-dev libcli11-dev python3 python3-matplotlib
   lv2-dev sordi liblilv-dev lilv-utils valgrind
   emscripten chromium
+  python3-pybind11 pybind11-dev python3-dev python3-numpy python3-pytest python3-hypothesis python3-distributed
   "$@"
 )
 # The pedal page's tests run on Node.js; some machines ship their own Node

@@ -87,16 +87,28 @@ void VELTRAX::runSignalChainFast(const double* in, double* out, int32_t n,
   static const fast::Kernel best = bestKernel();
   const fast::Kernel forced = kernelOverride.load(std::memory_order_relaxed);
   const fast::Kernel kernel = forced ? forced : best;
-  if (!kernel || n < kSmallestFastBlock || !fastChainApplies()) {
+  fast::ChainState st;
+  if (!kernel || n < kSmallestFastBlock || !chain::kFastLayoutFits || !captureChain(st) ||
+      !fast::postCascadeIsFirstOrder(st)) {
     runSignalChain(in, out, n, ramps);
     return;
   }
+  fast::Block block;
+  describeBlock(ramps, block);
+  block.in = in;
+  block.out = out;
+  block.n = n;
+  kernel(st, block);
+  restoreChain(st);
+}
 
-  // The effect's section in a lane of the kernel's banks.
-  const auto sectionIn = [this](chain::LaneSlot slot) -> IIRFilter& {
-    return *stageFilters[slot.cascade][slot.section];
-  };
-  fast::ChainState st;
+// The effect's section in a lane of the fast engine's banks.
+IIRFilter& VELTRAX::sectionIn(chain::LaneSlot slot) const {
+  return *stageFilters[slot.cascade][slot.section];
+}
+
+bool VELTRAX::captureChain(fast::ChainState& st) const {
+  if (!fastChainApplies()) return false;
   for (int lane = 0; lane < chain::kLanes; ++lane) {
     copyIn(sectionIn(chain::kBankA[lane]), st.a, lane);
     copyIn(sectionIn(chain::kBankB[lane]), st.b, lane);
@@ -104,28 +116,23 @@ void VELTRAX::runSignalChainFast(const double* in, double* out, int32_t n,
   for (int g = 0; g < chain::kGlidingCount; ++g)
     copyIn(*stageFilters[kPower][chain::kGlidingSections[g]], st.glide[g]);
   for (int i = 0; i < stageFilterCount[kPost]; ++i) copyIn(*stageFilters[kPost][i], st.post[i]);
-  if (!fast::postCascadeIsFirstOrder(st)) {
-    runSignalChain(in, out, n, ramps);
-    return;
-  }
   std::copy(osUpState, osUpState + 6, st.osUp);
   std::copy(osDownState, osDownState + 6, st.osDown);
   std::copy(osFeedforward, osFeedforward + 6, st.osFeedforward);
   std::copy(osFeedback, osFeedback + 5, st.osFeedback);
+  return true;
+}
 
-  fast::Block block;
-  block.in = in;
-  block.out = out;
-  block.n = n;
+void VELTRAX::describeBlock(const ControlRamps& ramps, fast::Block& block) const {
   block.gains = blockBuffer;
   block.pathFlags = switchRecord->pathFlags;
   block.ramps = ramps;
   block.outputLevel = outputLevel;
   block.clipEntries = clip.entries();
   block.clipScale = clip.clipScale;
+}
 
-  kernel(st, block);
-
+void VELTRAX::restoreChain(const fast::ChainState& st) {
   for (int lane = 0; lane < chain::kLanes; ++lane) {
     copyOut(st.a, lane, sectionIn(chain::kBankA[lane]));
     copyOut(st.b, lane, sectionIn(chain::kBankB[lane]));

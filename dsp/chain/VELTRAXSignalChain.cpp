@@ -95,37 +95,55 @@ void VELTRAX::processDoubleReplacing(double** inputs, double** outputs, int32_t 
   }
   {
     FlushToZeroScope flushToZero;
-    applyKnobChanges(n);
-    const float onOff = paramValues[kOnOff].load(std::memory_order_relaxed);
-    if (switchInitPending) {  // the first block adopts On/Off without a fade
-      switchRecord->switchState = onOff;
-      switchInitPending = false;
-    }
-
-    const double step = n > 1 ? 1.0 / (n - 1) : 0.0;
     ControlRamps ramps;
-    ramps.dVolume = (volumeValue - volumeValuePrev) * step;
-    ramps.dSustain = (sustainValue - sustainValuePrev) * step;
-    ramps.dTone = (toneValue - toneValuePrev) * step;
-    ramps.volumeStart = volumeValuePrev;
-    ramps.sustainStart = sustainValuePrev;
-    ramps.toneStart = toneValuePrev;
-
-    prepareSwitch(*switchRecord, onOff, n, blockBuffer);
-    if (engine == veltrax::Engine::fast)
-      runSignalChainFast(in, out, n, ramps);
-    else
-      runSignalChain(in, out, n, ramps);
-
-    appliedVolume = paramValues[kVolume].load(std::memory_order_relaxed);
-    appliedSustain = paramValues[kSustain].load(std::memory_order_relaxed);
-    appliedTone = paramValues[kTone].load(std::memory_order_relaxed);
-    volumeValuePrev = volumeValue;
-    toneValuePrev = toneValue;
-    sustainValuePrev = sustainValue;
-    blockBufferLength = n;
+    beginBlock(n, ramps);
+    runChain(in, out, n, ramps);
+    endBlock(n);
   }
   paramLock.unlock();
+}
+
+// Everything before the per-sample loop: knob changes, the first block's
+// switch adoption, the ramps of the three control values and the switch's
+// gains and path choices for n samples.
+bool VELTRAX::beginBlock(int32_t n, ControlRamps& ramps) {
+  if (n <= 0 || filterSampleRate < 0.0 || !ensureBlockCapacity(n)) return false;
+  applyKnobChanges(n);
+  const float onOff = paramValues[kOnOff].load(std::memory_order_relaxed);
+  if (switchInitPending) {  // the first block adopts On/Off without a fade
+    switchRecord->switchState = onOff;
+    switchInitPending = false;
+  }
+
+  const double step = n > 1 ? 1.0 / (n - 1) : 0.0;
+  ramps.dVolume = (volumeValue - volumeValuePrev) * step;
+  ramps.dSustain = (sustainValue - sustainValuePrev) * step;
+  ramps.dTone = (toneValue - toneValuePrev) * step;
+  ramps.volumeStart = volumeValuePrev;
+  ramps.sustainStart = sustainValuePrev;
+  ramps.toneStart = toneValuePrev;
+
+  prepareSwitch(*switchRecord, onOff, n, blockBuffer);
+  return true;
+}
+
+void VELTRAX::runChain(const double* in, double* out, int32_t n, const ControlRamps& ramps) {
+  if (engine == veltrax::Engine::fast)
+    runSignalChainFast(in, out, n, ramps);
+  else
+    runSignalChain(in, out, n, ramps);
+}
+
+// After the per-sample loop: the knob values count as applied and the ramps
+// start from their ends next block.
+void VELTRAX::endBlock(int32_t n) {
+  appliedVolume = paramValues[kVolume].load(std::memory_order_relaxed);
+  appliedSustain = paramValues[kSustain].load(std::memory_order_relaxed);
+  appliedTone = paramValues[kTone].load(std::memory_order_relaxed);
+  volumeValuePrev = volumeValue;
+  toneValuePrev = toneValue;
+  sustainValuePrev = sustainValue;
+  blockBufferLength = n;
 }
 
 // The plain per-sample loop: the reference transcription of the circuit

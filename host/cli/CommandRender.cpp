@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "host/audio/RenderFile.h"
+#include "host/audio/RenderSet.h"
 #include "host/audio/StandardStreams.h"
 #include "host/cli/Commands.h"
 #include "host/cli/InstallLayout.h"
@@ -62,16 +63,9 @@ RawLayout rawLayoutFrom(const std::string& text) {
   return layout;
 }
 
-}  // namespace
-
-int runRender(const RenderOptions& options) {
-  RenderRequest request;
-  request.input = options.input;
-  request.output = options.output;
-  request.force = options.force;
-  request.outputFormat = options.format;
-  if (!options.rawInput.empty()) request.rawInput = rawLayoutFrom(options.rawInput);
-  RenderSettings& settings = request.settings;
+// The per-file settings of the command line, checked.
+RenderSettings settingsFrom(const RenderOptions& options) {
+  RenderSettings settings;
   settings.knobs = knobsFrom(options);
   settings.blockSize = options.blockSize;
   settings.preroll = !options.noPreroll;
@@ -87,7 +81,48 @@ int runRender(const RenderOptions& options) {
   }
   if (const std::string problem = renderSettingsProblem(settings); !problem.empty())
     throw UsageError(problem);
-  if (isStandardStream(options.output) && options.format.empty())
+  return settings;
+}
+
+// veltrax render -o DIR IN...: the whole set through the multi-stream engine,
+// one progress bar, a summary; exit status 1 when any file failed.
+int runRenderSet(const RenderOptions& options) {
+  RenderSetRequest request;
+  request.inputs = options.files;
+  request.outputDirectory = options.outputDirectory;
+  request.settings = settingsFrom(options);
+  request.force = options.force;
+  if (request.settings.normalizePeakDbfs || request.settings.voicingRate || !options.format.empty() ||
+      !options.rawInput.empty())
+    throw UsageError("-o renders files as they are: --normalize, --voicing-rate, --format and "
+                     "--raw-input work on a single IN OUT");
+  if (options.jobs < 1 || options.jobs > 256) throw UsageError("--jobs must be 1 to 256");
+  request.jobs = options.jobs;
+  const RenderSetReport report = renderSet(request);
+  for (const std::string& failure : report.failures)
+    std::fprintf(stderr, "veltrax: failed: %s\n", failure.c_str());
+  std::printf("%zu files: %zu rendered, %zu skipped (output exists), %zu failed; %.2f s of audio in "
+              "%.2f s (%.1fx real-time)\n",
+              options.files.size(), report.rendered, report.skipped, report.failures.size(),
+              report.audioSeconds, report.wallSeconds,
+              report.wallSeconds > 0 ? report.audioSeconds / report.wallSeconds : 0.0);
+  return report.failures.empty() ? 0 : 1;
+}
+
+}  // namespace
+
+int runRender(const RenderOptions& options) {
+  if (!options.outputDirectory.empty()) return runRenderSet(options);
+  if (options.files.size() != 2)
+    throw UsageError("render takes IN OUT, or -o DIR followed by the input files");
+  RenderRequest request;
+  request.input = options.files[0];
+  request.output = options.files[1];
+  request.force = options.force;
+  request.outputFormat = options.format;
+  if (!options.rawInput.empty()) request.rawInput = rawLayoutFrom(options.rawInput);
+  request.settings = settingsFrom(options);
+  if (isStandardStream(request.output) && options.format.empty())
     throw UsageError("cannot tell the format for standard output: give --format wav (or flac, "
                      "aiff, raw, ...)");
   const auto module = ModuleLibrary::open(locateModule(options.module));
@@ -99,10 +134,10 @@ int runRender(const RenderOptions& options) {
       report.outputPeak > 1.0 && subtype != SF_FORMAT_FLOAT && subtype != SF_FORMAT_DOUBLE;
   const bool lossyToPcm =
       report.lossyInput && options.subtype.empty() && !isLossy(report.outputFormat);
-  const std::string input = isStandardStream(options.input) ? "stdin" : options.input;
-  const std::string output = isStandardStream(options.output) ? "stdout" : options.output;
+  const std::string input = isStandardStream(request.input) ? "stdin" : request.input;
+  const std::string output = isStandardStream(request.output) ? "stdout" : request.output;
   // The summary goes to stderr when the audio goes to stdout.
-  std::fprintf(isStandardStream(options.output) ? stderr : stdout,
+  std::fprintf(isStandardStream(request.output) ? stderr : stdout,
                "%s -> %s: %.2f s, %d ch, %d Hz, %s%s; %.2f s (%.1fx real-time, %u thread%s); "
                "peak in %.1f dBFS, out %.1f dBFS%s\n",
                input.c_str(), output.c_str(), duration, report.channels, report.sampleRate,

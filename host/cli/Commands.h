@@ -4,6 +4,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "host/common/HostError.h"
 
@@ -17,6 +18,9 @@ class UsageError : public HostError {
 
 struct RenderOptions {
   std::string input, output;
+  std::vector<std::string> files;  // IN OUT, or the inputs when outputDirectory is set
+  std::string outputDirectory;     // -o: render every input into this directory
+  int jobs = 1;
   std::string module;
   std::string preset;
   std::optional<double> sustain, tone, volume;

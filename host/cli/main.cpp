@@ -50,14 +50,15 @@ int main(int argc, char** argv) {
   auto* renderCommand = app.add_subcommand(
       "render", "Render an audio file through the effect (each channel through its own instance).");
   renderCommand
-      ->add_option("IN", render.input,
-                   "Input audio file (any format libsndfile reads), or - for standard input")
+      ->add_option("FILES", render.files,
+                   "IN OUT: the input (any format libsndfile reads, or - for standard input) and "
+                   "the output file, whose extension picks the format (.wav, .flac, .aiff, .ogg, "
+                   ".mp3, .opus, ...), or - for standard output (with --format); with -o: the "
+                   "input files")
       ->required();
-  renderCommand
-      ->add_option("OUT", render.output,
-                   "Output file; its extension picks the format (.wav, .flac, .aiff, .ogg, "
-                   ".mp3, .opus, ...), or - for standard output (with --format)")
-      ->required();
+  renderCommand->add_option("-o,--outdir", render.outputDirectory,
+                            "Render every input into this directory (same file names)");
+  renderCommand->add_option("--jobs", render.jobs, "Threads for -o (default 1)");
   renderCommand->add_option("--preset", render.preset, "Start from a named setting (list below)");
   auto* sustainOption = renderCommand->add_option("--sustain", sustain, "Sustain (drive), 0..1");
   auto* toneOption = renderCommand->add_option("--tone", tone, "Tone, 0..1 (dark to bright)");
@@ -89,7 +90,8 @@ int main(int argc, char** argv) {
   renderCommand->add_option("--raw-input", render.rawInput,
                             "Read IN as headerless audio of this layout, e.g. 48000:1:pcm16")
       ->type_name("RATE:CHANNELS:SUBTYPE");
-  renderCommand->add_flag("--force", render.force, "Replace OUT if it exists");
+  renderCommand->add_flag("--force", render.force,
+                          "Replace OUT if it exists (with -o: render outputs that exist again)");
   addModuleOption(renderCommand, render.module);
   renderCommand->footer(
       presetList() +
@@ -101,7 +103,8 @@ int main(int argc, char** argv) {
       "  veltrax render guitar.wav fuzz.wav --preset doom --output-gain 6\n"
       "  veltrax render guitar.flac out.wav --sustain 8 --tone 7 --volume 10 --scale 10 "
       "--output-gain 4\n"
-      "  sox guitar.wav -t wav - | veltrax render - - --format flac --preset doom > fuzz.flac");
+      "  sox guitar.wav -t wav - | veltrax render - - --format flac --preset doom > fuzz.flac\n"
+      "  veltrax render -o fuzzed/ takes/*.wav --preset doom --jobs 2");
 
   DemoOptions demo;
   auto* demoCommand = app.add_subcommand(
