@@ -176,6 +176,13 @@ def main():
     log = SCRATCH.parent / "mutants.log"
     log.write_text("")
     sync_scratch()
+    for m in mutants:  # every change must apply before any is tried
+        for name, find, _ in edits(m):
+            found = (SCRATCH / name).read_text().count(find) if (SCRATCH / name).is_file() else 0
+            if found != 1:
+                print(f"run_mutants: mutant {m['name']}: '{find}' occurs {found} times in {name} "
+                      "(must be once)", file=sys.stderr)
+                return 2
     env_launcher = {"CMAKE_CXX_COMPILER_LAUNCHER": "ccache", "CMAKE_C_COMPILER_LAUNCHER": "ccache"}
     if shutil.which("ccache"):
         os.environ.update({k: os.environ.get(k, v) for k, v in env_launcher.items()})
@@ -189,13 +196,6 @@ def main():
               file=sys.stderr)
         return 2
 
-    for m in mutants:  # every change must apply before any is tried
-        for name, find, _ in edits(m):
-            found = (SCRATCH / name).read_text().count(find) if (SCRATCH / name).is_file() else 0
-            if found != 1:
-                print(f"run_mutants: mutant {m['name']}: '{find}' occurs {found} times in {name} "
-                      "(must be once)", file=sys.stderr)
-                return 2
     results, started = [], time.time()
     for m in mutants:
         t0 = time.time()
