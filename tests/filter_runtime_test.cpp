@@ -30,23 +30,6 @@ TEST(FilterRuntime, StateSurvivesRetuningButNotACodeChange) {
   EXPECT_TRUE(s.z1 == 0.0 && s.z2 == 0.0);
 }
 
-TEST(FilterRuntime, GlideTimelineOverFourSamples) {
-  filterPrm_tag prm = rec(10, 500, 6.0);
-  IIRFilter s(&prm);
-  const double oldB0 = s.coef[2];
-  prm = rec(10, 4000, -6.0);
-  s.ipFDexcute(&prm, 4);
-  for (int call = 0; call < 6; ++call) {
-    s.refresh();  // zero state and x = 1: the output is the b0 in use
-    double x = 1.0;
-    const double b0 = call == 0 ? oldB0 : call == 5 ? s.coef[2] : s.ipDelta[2] * call + s.ipStart[2];
-    s.ipIirProcessing(&x);
-    EXPECT_EQ(x, b0) << "call " << call + 1;
-    EXPECT_EQ(s.ipPos, call < 5 ? call + 1 : 5);
-  }
-  EXPECT_EQ(std::memcmp(s.ipStart, s.coef, sizeof s.coef), 0);  // ended on exactly the new set
-}
-
 TEST(FilterRuntime, GlideBetweenEqualSetsIsBitExact) {
   for (int32_t num : {3, 13}) {
     filterPrm_tag prm = rec(num, 2500);
