@@ -9,7 +9,8 @@ FUZZER = build/fuzz/fuzz/host_interface_fuzzer
 VALGRIND_TESTS = plugin_entry_test parameters_programs_test signal_chain_test soak_test sample_rate_sweep_test
 
 .DEFAULT_GOAL := help
-.PHONY: help setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean web serve-web mutants mutants-ci
+.PHONY: help setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean web serve-web \
+        deb package-test arm64 mutants mutants-ci
 
 # Plain `make` lists the targets instead of starting the set-up.
 help:
@@ -30,6 +31,9 @@ help:
 	@echo "  make setup     only install the missing Debian packages (tools/setup.sh)"
 	@echo "  make web       build the pedal page into build/web/ (WebAssembly)"
 	@echo "  make serve-web serve it on http://localhost:8000"
+	@echo "  make deb       Debian package (ARCH=arm64 for the arm64 one), checked by lintian"
+	@echo "  make package-test  install, use and purge the package in a bare Debian 12 root"
+	@echo "  make arm64     arm64 cross build and its tests under qemu-aarch64"
 	@echo "  make clean     remove build/ and demo-out/"
 	@echo "CI runs everything with: bash .ci/run"
 
@@ -93,6 +97,28 @@ mutants: setup
 
 mutants-ci: setup
 	tools/mutants/run_mutants.py --sample
+
+# Debian package veltrax_<version>_<arch>.deb in build/deb[-arm64]/, checked
+# by lintian. ARCH=arm64 cross-builds it (cmake/aarch64-linux-gnu.cmake).
+ARCH       ?= $(shell dpkg --print-architecture)
+DEB_PRESET  = $(if $(filter arm64,$(ARCH)),deb-arm64,deb)
+DEB_TARGETS = veltrax_module veltrax_cli veltrax_lv2_bundle veltrax_changelog
+deb: setup
+	cmake --preset $(DEB_PRESET)
+	cmake --build --preset $(DEB_PRESET) -j $(JOBS) --target $(DEB_TARGETS)
+	cd build/$(DEB_PRESET) && DEB_HOST_ARCH=$(ARCH) cpack -G DEB
+	lintian --fail-on error,warning \
+	  build/$(DEB_PRESET)/veltrax_*_$(ARCH).deb
+
+# Installs the package into a bare Debian 12 root, uses it and purges it.
+package-test: deb
+	tools/package-test.sh build/$(DEB_PRESET)/veltrax_*_$(ARCH).deb
+
+# 64-bit Arm cross build; its tests run under qemu-aarch64.
+arm64: setup
+	cmake --preset arm64
+	cmake --build --preset arm64 -j $(JOBS)
+	ctest --preset arm64 -j $(JOBS)
 
 # The pedal page (WebAssembly engine + static files) in build/web/.
 web: setup

@@ -100,8 +100,8 @@ const float kFloats[] = {0.0f, 1.0f, 0.5f, 0.25f, 0.75f, 0.999f, -0.0f, -1.0f, 1
                          std::numeric_limits<float>::max(), std::numeric_limits<float>::min(), 1e-40f,
                          kNaN, -kNaN, kInf, -kInf};
 const float kRates[] = {44100.0f, 48000.0f, 96000.0f, 192000.0f, 8000.0f, 22050.0f, 11025.0f, 32000.0f, 88200.0f,
-                        176400.0f, 384000.0f, 44056.0f, 47999.9f, 48000.5f, 1000.0f, 1536000.0f, 999.99f,
-                        1536000.1f, 0.0f, -0.0f, -44100.0f, 1e-30f, 1e10f, kNaN, kInf, -kInf};
+                        176400.0f, 384000.0f, 44056.0f, 47999.9f, 48000.5f, 1000.0f, 1536000.0f, 62.4f,
+                        62.5f, 0.0f, -0.0f, -44100.0f, 1e-30f, 1e10f, kNaN, kInf, -kInf};
 const int32_t kBlockLengths[] = {-5, -1, 0, 1, 2, 3, 17, 64, 128, 255, 256, 511, 512, 1000, 1024, 2048, 4095, 4096};
 const double kSpecialSamples[] = {std::numeric_limits<double>::quiet_NaN(),
                                   -std::numeric_limits<double>::quiet_NaN(),
@@ -119,7 +119,7 @@ const double kSpecialSamples[] = {std::numeric_limits<double>::quiet_NaN(),
                                   1.0};
 const double kAmplitudes[] = {1e-310, 1e-6, 0.1, 1.0, 100.0, 1e300};
 
-bool isValidRate(float rate) { return std::isfinite(rate) && rate >= 1000.0f && rate <= 1536000.0f; }
+bool isValidRate(float rate) { return std::isfinite(rate) && rate >= 62.5f && rate < 2147483648.0f; }
 
 // Host side of the entry functions: answers the version query.
 intptr_t host(AEffect*, int32_t opcode, int32_t, intptr_t, void*, float) {

@@ -99,7 +99,7 @@ TEST_F(AllocationAudit, OnlyLongerBlocksAndRateChangesAllocate) {
       {"block before any rate", [&] { block(fx, 256); }, false, true},
       {"first rate", [&] { fx.setSampleRate(44100.0f); }, true, false},
       {"same rate again", [&] { fx.setSampleRate(44100.0f); }, false, true},
-      {"invalid rates", [&] { fx.setSampleRate(0.0f), fx.setSampleRate(-1.0f), fx.setSampleRate(1e9f); }, false, true},
+      {"invalid rates", [&] { fx.setSampleRate(0.0f), fx.setSampleRate(-1.0f), fx.setSampleRate(62.4f), fx.setSampleRate(3e9f); }, false, true},
       {"first block", [&] { block(fx, 256); }, true, false},
       {"same length", [&] { block(fx, 256); }, false, true},
       {"shorter block", [&] { block(fx, 100); }, false, true},

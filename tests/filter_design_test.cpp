@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
+#include <string>
 
 #include "dsp/IIRFilter.h"
 
@@ -64,4 +66,38 @@ TEST(FilterDesign, MagnitudeAtDcCornerAndNyquist) {
   filterPrm_tag flat{10, 3000, 0, 0, 0.7, 0.0, 44100};  // peaking at 0 dB: numerator equals denominator
   const IIRFilter unity(&flat);
   EXPECT_TRUE(unity.coef[2] == 1.0 && unity.coef[3] == -unity.coef[0] && unity.coef[4] == -unity.coef[1]);
+}
+
+// The stage tables' sections at the lowest and highest rates a host may set
+// (the post cascade runs at four times the rate): each frequency is designed
+// at min(frq, rate/2) and keeps its landmarks; one clamped to exactly half
+// the rate leaves low-pass and high shelf practically transparent.
+TEST(FilterDesign, StageSectionsAtExtremeRatesHonourTheHalfRateLimit) {
+  struct Section { int32_t num; double frq, q, gain; };
+  const Section sections[] = {{12, 20000, 0.95, -27.5}, {1, 10, 1, 0},     {10, 120, 1.4, 3},
+                              {0, 20000, 1, 0},         {12, 21000, 1, -3}, {1, 50, 1, 0},
+                              {10, 1550, 0.8, -4.5},    {12, 12000, 1, 23}, {0, 265, 1, 0}};
+  for (double rate : {62.5, 100.0, 250.0, 400.0, 500.0, 999.0, 3996.0, 2e6, 4e6, 8e6, 16e6}) {
+    for (const Section& c : sections) {
+      filterPrm_tag prm{c.num, c.frq, 0, 0, c.q, c.gain, rate};
+      const IIRFilter s(&prm);
+      const double nyquist = rate / 2, v = std::pow(10.0, c.gain / 20);
+      ASSERT_EQ(prm.frq, std::min(c.frq, nyquist)) << c.num << " at " << rate;
+      for (double k : s.coef) ASSERT_TRUE(std::isfinite(k)) << c.num << "/" << c.frq << " at " << rate;
+      const double dc = magnitude(s, 0, rate), atFrq = magnitude(s, prm.frq, rate), top = magnitude(s, nyquist, rate);
+      const std::string where = std::to_string(c.num) + "/" + std::to_string(c.frq) + " at " + std::to_string(rate);
+      if (c.frq >= nyquist) {
+        if (c.num == 0 || c.num == 12) {
+          EXPECT_NEAR(magnitude(s, rate / 8, rate), 1.0, 1e-6) << where;
+        }
+        continue;
+      }
+      switch (c.num) {
+        case 0: EXPECT_NEAR(dc, 1, 1e-9) << where; EXPECT_NEAR(atFrq, std::sqrt(0.5), 1e-6) << where; break;
+        case 1: EXPECT_NEAR(top, 1, 1e-9) << where; EXPECT_NEAR(atFrq, std::sqrt(0.5), 1e-6) << where; break;
+        case 10: EXPECT_NEAR(dc, 1, 1e-6) << where; EXPECT_NEAR(atFrq, v, 1e-6 * v) << where; break;
+        case 12: EXPECT_NEAR(dc, 1, 1e-9) << where; EXPECT_NEAR(top, v, 1e-6 * v) << where; break;
+      }
+    }
+  }
 }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 #include <vector>
@@ -16,8 +17,14 @@ namespace {
 // Allocations left before every further one fails; negative: never fail.
 std::atomic<long> allocationsLeft{-1};
 std::atomic<long> allocationsDenied{0};
+// Larger requests fail as well (bytes).
+std::atomic<std::size_t> largestAllocation{SIZE_MAX};
 
-bool exhausted() {
+bool exhausted(std::size_t size) {
+  if (size > largestAllocation.load()) {
+    ++allocationsDenied;
+    return true;
+  }
   long left = allocationsLeft.load();
   while (left > 0 && !allocationsLeft.compare_exchange_weak(left, left - 1)) {
   }
@@ -27,11 +34,15 @@ bool exhausted() {
 }
 
 struct MemoryLimit {
-  explicit MemoryLimit(long allocations) {
+  explicit MemoryLimit(long allocations, std::size_t largest = SIZE_MAX) {
     allocationsDenied = 0;
     allocationsLeft = allocations;
+    largestAllocation = largest;
   }
-  ~MemoryLimit() { allocationsLeft = -1; }
+  ~MemoryLimit() {
+    allocationsLeft = -1;
+    largestAllocation = SIZE_MAX;
+  }
 };
 
 }  // namespace
@@ -41,13 +52,13 @@ struct MemoryLimit {
 #pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 
 void* operator new(std::size_t size) {
-  void* p = exhausted() ? nullptr : std::malloc(size ? size : 1);
+  void* p = exhausted(size) ? nullptr : std::malloc(size ? size : 1);
   if (!p) throw std::bad_alloc();
   return p;
 }
 void* operator new[](std::size_t size) { return operator new(size); }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  return exhausted() ? nullptr : std::malloc(size ? size : 1);
+  return exhausted(size) ? nullptr : std::malloc(size ? size : 1);
 }
 void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept { return operator new(size, tag); }
 void operator delete(void* p) noexcept { std::free(p); }
@@ -107,6 +118,25 @@ TEST(OutOfMemory, FailedRebuildPassesAudioThroughAndBuildsAgainLater) {
     EXPECT_EQ(process(fx, block), process(fresh, block)) << "limit " << limit;
   }
   EXPECT_GT(limit, 20) << "every allocation of the rebuild should have failed once";
+}
+
+// The highest rate below 2^31 Hz needs two fades of 34 million gains
+// (0.55 GB): where that cannot be had, the instance passes audio through
+// until a usable rate arrives.
+TEST(OutOfMemory, RateTooLargeForMemoryPassesThroughUntilAUsableRate) {
+  const auto block = ramp(256, 0.3);
+  VELTRAX fx(nullptr), fresh(nullptr);
+  setRate(fx, 44100.0f);
+  process(fx, block);
+  {
+    MemoryLimit memory(-1, 64u << 20);
+    setRate(fx, 2147483520.0f);
+    ASSERT_GT(allocationsDenied.load(), 0);
+  }
+  EXPECT_EQ(process(fx, block), block);
+  setRate(fx, 48000.0f);
+  setRate(fresh, 48000.0f);
+  EXPECT_EQ(process(fx, block), process(fresh, block));
 }
 
 TEST(OutOfMemory, BlockWithoutBuffersPassesThroughAndKeepsKnobChangesPending) {

@@ -1,9 +1,10 @@
-// Every sample rate a host may plausibly use builds a working instance, and
-// every rate outside 1 kHz .. 1.536 MHz (or not a number) is ignored: the
-// instance keeps the build it had, or keeps passing audio through if it had
-// none.
+// Every finite rate from 62.5 Hz (a one-sample On/Off fade) up to, not
+// including, 2^31 Hz builds a working instance, and every other rate (or not
+// a number) is ignored: the instance keeps the build it had, or keeps passing
+// audio through if it had none.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <limits>
@@ -16,16 +17,19 @@ using namespace testhost;
 
 namespace {
 
-// Common rates, odd ones a drifting clock reports, and the two limits.
-const float kValidRates[] = {1000.0f,  8000.0f,   11025.0f,  16000.0f, 22050.0f,  32000.0f,
-                             44056.0f, 44100.0f,  47999.9f,  48000.0f, 48000.5f,  88200.0f,
-                             96000.0f, 176400.0f, 192000.0f, 384000.0f, 1536000.0f};
+// Common rates, odd ones a drifting clock reports, the lowest rate and far
+// beyond audio in both directions.
+const float kValidRates[] = {62.5f,     100.0f,    500.0f,    999.0f,    1000.0f,   8000.0f,
+                             11025.0f,  16000.0f,  22050.0f,  32000.0f,  44056.0f,  44100.0f,
+                             47999.9f,  48000.0f,  48000.5f,  88200.0f,  96000.0f,  176400.0f,
+                             192000.0f, 384000.0f, 1536000.0f, 2000000.0f, 4000000.0f};
 
 const float kInvalidRates[] = {0.0f,
                                -0.0f,
                                -48000.0f,
-                               std::nextafter(1000.0f, 0.0f),
-                               std::nextafter(1536000.0f, 2e6f),
+                               62.4f,
+                               std::nextafter(62.5f, 0.0f),
+                               2147483648.0f,  // 2^31: its truncation does not fit
                                1e10f,
                                FLT_MAX,
                                FLT_MIN,
@@ -38,10 +42,12 @@ const float kInvalidRates[] = {0.0f,
 const float kKnobs[][4] = {{1.0f, 1.0f, 0.0f, 1.0f}, {1.0f, 1.0f, 1.0f, 1.0f},
                            {1.0f, 0.0f, 1.0f, 0.0f}, {1.0f, 0.5f, 0.5f, 0.5f}};
 
-// Half a second (a tenth under a sanitizer or valgrind) of a loud chord
-// with noise and a click train on top.
+// Half a second (a tenth under a sanitizer or valgrind), but at most 2^18
+// samples (2^17), of a loud chord with noise and a click train on top.
 std::vector<double> testSignal(double rate) {
-  auto signal = noise(0.2, static_cast<size_t>(rate / static_cast<double>(runLength(2, 10))), 17);
+  const double seconds = 1.0 / static_cast<double>(runLength(2, 10));
+  const double most = static_cast<double>(runLength(1 << 18, 1 << 17));
+  auto signal = noise(0.2, static_cast<size_t>(std::min(rate * seconds, most)), 17);
   for (size_t i = 0; i < signal.size(); ++i) {
     const double t = static_cast<double>(i) / rate;
     signal[i] += 0.8 * std::sin(2 * M_PI * 110.0 * t) + 0.5 * std::sin(2 * M_PI * 1234.5 * t);

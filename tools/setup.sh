@@ -13,6 +13,12 @@ packages=(
   lv2-dev sordi liblilv-dev lilv-utils valgrind
   emscripten chromium
   python3-pybind11 pybind11-dev python3-dev python3-numpy python3-pytest python3-hypothesis python3-distributed
+  # arm64 cross build (clang --target=aarch64-linux-gnu), its tests under qemu,
+  # and the arm64 libraries of the CLI and LV2 bundle through multiarch
+  lld qemu-user binutils-aarch64-linux-gnu libc6-dev-arm64-cross libstdc++-12-dev-arm64-cross
+  libsndfile1-dev:arm64 libsoxr-dev:arm64 liblilv-dev:arm64
+  # Debian packages: dpkg-shlibdeps, lintian, the bare-root install test
+  dpkg-dev file lintian debootstrap
   "$@"
 )
 # The pedal page's tests run on Node.js; some machines ship their own Node
@@ -52,6 +58,9 @@ step() {
 }
 
 export DEBIAN_FRONTEND=noninteractive
+if [[ " ${missing[*]}" == *":arm64"* ]] && ! dpkg --print-foreign-architectures | grep -qx arm64; then
+  step "adding the arm64 architecture (multiarch)" dpkg --add-architecture arm64
+fi
 step "updating the package lists" apt-get update -q
 step "installing ${#missing[@]} package(s): ${missing[*]}" \
   apt-get install -y -q --no-install-recommends "${missing[@]}"

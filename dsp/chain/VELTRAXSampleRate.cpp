@@ -12,13 +12,14 @@
 
 namespace {
 
-// Rates outside this range are ignored (the previous build stays): a fade
-// needs at least one sample and the rate's integer truncation must fit.
-constexpr double kMinSampleRate = 1000.0;     // Hz
-constexpr double kMaxSampleRate = 1536000.0;  // Hz
+// Rates outside [62.5 Hz, 2^31 Hz) are ignored (the previous build stays):
+// the On/Off fade (0.016 s) needs at least one sample and the rate's integer
+// truncation must fit an int32.
+constexpr double kMinSampleRate = 62.5;          // Hz
+constexpr double kMaxSampleRate = 2147483648.0;  // Hz, excluded
 
 bool isValidSampleRate(double sr) {
-  return std::isfinite(sr) && sr >= kMinSampleRate && sr <= kMaxSampleRate;
+  return std::isfinite(sr) && sr >= kMinSampleRate && sr < kMaxSampleRate;
 }
 
 std::once_flag clipTableBuilt;

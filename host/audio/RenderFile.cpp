@@ -67,7 +67,7 @@ RenderReport renderFile(const std::shared_ptr<ModuleLibrary>& module, const Rend
   const SF_INFO& in = reader.info();
   if (in.samplerate < kMinSampleRate || in.samplerate > kMaxSampleRate)
     throw HostError(inputName + " has a sample rate of " + std::to_string(in.samplerate) +
-                    " Hz; the effect runs at 1000 to 1536000 Hz");
+                    " Hz; veltrax renders files of 1000 to 1536000 Hz");
 
   const bool toStandardOutput = isStandardStream(request.output);
   const std::string outputName = toStandardOutput ? "standard output" : request.output;

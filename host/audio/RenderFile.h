@@ -15,7 +15,8 @@
 
 namespace veltrax::host {
 
-// The sample rates the module accepts.
+// The sample rates `veltrax render` takes from a sound file (the module
+// itself builds every rate from 62.5 Hz up).
 constexpr double kMinSampleRate = 1000.0;
 constexpr double kMaxSampleRate = 1536000.0;
 

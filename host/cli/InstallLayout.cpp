@@ -42,7 +42,7 @@ std::string locateModule(const std::string& explicitPath) {
   if (const char* fromEnvironment = std::getenv("VELTRAX_MODULE"); fromEnvironment && *fromEnvironment)
     return fromEnvironment;
   const std::string dir = executableDirectory();
-  return firstExisting({dir + "/veltrax.so", dir + "/../veltrax.so", dir + "/../lib/veltrax/veltrax.so"},
+  return firstExisting({dir + "/veltrax.so", dir + "/../veltrax.so", dir + "/../" VELTRAX_MODULE_INSTALL_DIR "/veltrax.so"},
                        "the module veltrax.so; give --module PATH or set VELTRAX_MODULE");
 }
 

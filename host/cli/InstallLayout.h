@@ -1,7 +1,8 @@
 // Where the CLI finds its companions: the module and the plot script sit in
 // fixed places relative to the executable, both in the build tree
 // (build/<preset>/host/veltrax, build/<preset>/veltrax.so) and in an
-// installation (bin/veltrax, lib/veltrax/veltrax.so, share/veltrax/veltrax_plots.py).
+// installation (bin/veltrax, <libdir>/veltrax/veltrax.so with the library
+// directory of the build's prefix, share/veltrax/veltrax_plots.py).
 #pragma once
 
 #include <string>

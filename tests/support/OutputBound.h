@@ -4,7 +4,7 @@
 // cross-fade gains lie in 0 .. 1). The effect path is bounded whatever the
 // input: the clipper limits it to |w| <= 1 ahead of the tone section, output
 // filters, volume (<= 1) and the 0.35 output level. Measured over every rate
-// from 1 kHz to 1.536 MHz, knobs at their extremes and full-scale square
+// from 62.5 Hz to 4 MHz, knobs at their extremes and full-scale square
 // waves, clicks and 1e6 sines, it peaks at about 0.5; the bound leaves
 // twice that.
 #pragma once
