@@ -10,7 +10,7 @@ VALGRIND_TESTS = plugin_entry_test parameters_programs_test signal_chain_test so
 
 .DEFAULT_GOAL := help
 .PHONY: help setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean web serve-web \
-        deb package-test arm64
+        deb package-test arm64 mutants mutants-ci
 
 # Plain `make` lists the targets instead of starting the set-up.
 help:
@@ -26,6 +26,8 @@ help:
 	@echo "  make valgrind  the valgrind subset"
 	@echo "  make fuzz      fuzz the host interface for FUZZ_SECONDS (now $(FUZZ_SECONDS)) s"
 	@echo "  make fuzz-ci   fuzz for 60 s, as CI does"
+	@echo "  make mutants   mutation testing: every mutant of tools/mutants, kill rate per area"
+	@echo "  make mutants-ci  the fixed five-mutant sample CI runs"
 	@echo "  make setup     only install the missing Debian packages (tools/setup.sh)"
 	@echo "  make web       build the pedal page into build/web/ (WebAssembly)"
 	@echo "  make serve-web serve it on http://localhost:8000"
@@ -87,6 +89,14 @@ valgrind: setup
 	cmake --preset release
 	cmake --build --preset release -j $(JOBS) --target $(VALGRIND_TESTS)
 	tools/valgrind-subset.sh build/release
+
+# Mutation testing (tools/mutants): every mutant in tools/mutants/mutants.txt
+# on a scratch copy under build/mutants, or the fixed five-mutant sample CI runs.
+mutants: setup
+	tools/mutants/run_mutants.py --markdown
+
+mutants-ci: setup
+	tools/mutants/run_mutants.py --sample
 
 # Debian package veltrax_<version>_<arch>.deb in build/deb[-arm64]/, checked
 # by lintian. ARCH=arm64 cross-builds it (cmake/aarch64-linux-gnu.cmake).

@@ -17,3 +17,10 @@ set_tests_properties(module_exports_only_entry_functions PROPERTIES LABELS effec
 
 veltrax_test(shared_clipping_table_test SOURCES shared_clipping_table_test.cpp LIBS veltrax_effect LABELS effect)
 veltrax_test(out_of_memory_test SOURCES out_of_memory_test.cpp LIBS veltrax_effect LABELS effect)
+
+# The voicing against an independent model of the circuit (support/VoicingModel).
+add_library(veltrax_voicing_model STATIC support/VoicingModel.cpp)
+target_include_directories(veltrax_voicing_model PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
+foreach(area voicing_response voicing_levels)
+  veltrax_test(${area}_test SOURCES ${area}_test.cpp LIBS veltrax_module_host veltrax_voicing_model LABELS voicing)
+endforeach()

@@ -4,130 +4,20 @@
 
 #include <cmath>
 #include <map>
-#include <sstream>
 #include <string>
-#include <type_traits>
 #include <vector>
 
-#include "frame/AEffEditor.h"
-#include "frame/AudioEffectX.h"
+#include "support/RecordingEffect.h"
 
 namespace {
 
-char P[256];  // every row passes this in ptr
-char V[256];  // the pointer-in-value opcodes pass this in value
+using namespace recording;
+
 const intptr_t kV = reinterpret_cast<intptr_t>(V);
 // 2^32 + 5 on 64-bit, plain 5 on 32-bit: int operations must receive 5, range
 // checks must see the whole value.
 const intptr_t kWide5 = static_cast<intptr_t>((int64_t{1} << 32) + 5);
 const bool kWideValues = sizeof(intptr_t) > 4;
-constexpr int32_t kAnswer = 77;  // what every int operation of the probe answers
-
-template <typename T>
-std::string describe(T v) {
-  if constexpr (std::is_pointer_v<T>) {
-    const void* p = v;
-    return p == P ? "P" : p == V ? "V" : p == nullptr ? "null" : "?";
-  } else if constexpr (std::is_same_v<T, bool>) {
-    return v ? "true" : "false";
-  } else {
-    std::ostringstream s;
-    s << v;
-    return s.str();
-  }
-}
-
-// Converts to true for bool operations and to kAnswer for int operations.
-struct Answer {
-  operator bool() const { return true; }
-  operator int32_t() const { return kAnswer; }
-};
-
-struct Log {
-  std::vector<std::string> calls;
-  template <typename... A>
-  Answer note(const char* name, A... args) {
-    std::string call = std::string(name) + "(", separator;
-    ((call += separator + describe(args), separator = ","), ...);
-    calls.push_back(call + ")");
-    return {};
-  }
-};
-#define NOTE(...) log.note(__func__ __VA_OPT__(, ) __VA_ARGS__)
-
-struct RecordingEditor : AEffEditor {
-  explicit RecordingEditor(Log& log) : log(log) {}
-  Log& log;
-  bool getRect(EditorRect** r) override { return NOTE(r); }
-  bool open(void* p) override { return NOTE(p); }
-  void close() override { NOTE(); }
-  void idle() override { NOTE(); }
-  bool onKeyDown(VstKeyCode& k) override { return NOTE(k.character, int(k.virt), int(k.modifier)); }
-  bool onKeyUp(VstKeyCode& k) override { return NOTE(k.character, int(k.virt), int(k.modifier)); }
-  bool setKnobMode(int32_t m) override { return NOTE(m); }
-};
-
-// Records every operation the dispatchers reach, with its arguments.
-struct Probe : AudioEffectX {
-  Log log;
-  Probe() : AudioEffectX(nullptr, 16, 4) { setEditor(new RecordingEditor(log)); }
-  void processReplacing(float**, float**, int32_t) override {}
-  void open() override { NOTE(); }
-  void close() override { NOTE(); }
-  void suspend() override { NOTE(); }
-  void resume() override { NOTE(); }
-  void setSampleRate(float r) override { NOTE(r); }
-  void setBlockSize(int32_t b) override { NOTE(b); }
-  int32_t getProgram() override { return NOTE(); }
-  void setProgram(int32_t p) override { NOTE(p); }
-  void setProgramName(char* n) override { NOTE(n); }
-  void getProgramName(char* n) override { NOTE(n); }
-  void getParameterLabel(int32_t i, char* t) override { NOTE(i, t); }
-  void getParameterDisplay(int32_t i, char* t) override { NOTE(i, t); }
-  void getParameterName(int32_t i, char* t) override { NOTE(i, t); }
-  int32_t getChunk(void** d, bool p) override { return NOTE(d, p); }
-  int32_t setChunk(void* d, int32_t n, bool p) override { return NOTE(d, n, p); }
-  int32_t processEvents(VstEvents* e) override { return NOTE(e); }
-  bool canParameterBeAutomated(int32_t i) override { return NOTE(i); }
-  bool string2parameter(int32_t i, char* t) override { return NOTE(i, t); }
-  bool getProgramNameIndexed(int32_t c, int32_t i, char* t) override { return NOTE(c, i, t); }
-  bool getInputProperties(int32_t i, VstPinProperties* p) override { return NOTE(i, p); }
-  bool getOutputProperties(int32_t i, VstPinProperties* p) override { return NOTE(i, p); }
-  int32_t getPlugCategory() override { return NOTE(); }
-  bool offlineNotify(VstAudioFile* f, int32_t n, bool s) override { return NOTE(f, n, s); }
-  bool offlinePrepare(VstOfflineTask* t, int32_t n) override { return NOTE(t, n); }
-  bool offlineRun(VstOfflineTask* t, int32_t n) override { return NOTE(t, n); }
-  bool processVariableIo(VstVariableIo* v) override { return NOTE(v); }
-  bool setSpeakerArrangement(VstSpeakerArrangement* i, VstSpeakerArrangement* o) override { return NOTE(i, o); }
-  bool setBypass(bool b) override { return NOTE(b); }
-  bool getEffectName(char* t) override { return NOTE(t); }
-  bool getVendorString(char* t) override { return NOTE(t); }
-  bool getProductString(char* t) override { return NOTE(t); }
-  int32_t getVendorVersion() override { return NOTE(); }
-  intptr_t vendorSpecific(int32_t a, intptr_t b, void* p, float f) override { return int32_t(NOTE(a, b, p, f)); }
-  int32_t canDo(char* t) override { return NOTE(t); }
-  int32_t getGetTailSize() override { return NOTE(); }
-  bool getParameterProperties(int32_t i, VstParameterProperties* p) override { return NOTE(i, p); }
-  int32_t getVstVersion() override { return NOTE(); }
-  int32_t getMidiProgramName(int32_t c, MidiProgramName* n) override { return NOTE(c, n); }
-  int32_t getCurrentMidiProgram(int32_t c, MidiProgramName* n) override { return NOTE(c, n); }
-  int32_t getMidiProgramCategory(int32_t c, MidiProgramCategory* n) override { return NOTE(c, n); }
-  bool hasMidiProgramsChanged(int32_t c) override { return NOTE(c); }
-  bool getMidiKeyName(int32_t c, MidiKeyName* k) override { return NOTE(c, k); }
-  bool beginSetProgram() override { return NOTE(); }
-  bool endSetProgram() override { return NOTE(); }
-  bool getSpeakerArrangement(VstSpeakerArrangement** i, VstSpeakerArrangement** o) override { return NOTE(i, o); }
-  int32_t getNextShellPlugin(char* n) override { return NOTE(n); }
-  int32_t startProcess() override { return NOTE(); }
-  int32_t stopProcess() override { return NOTE(); }
-  int32_t setTotalSampleToProcess(int32_t v) override { return NOTE(v); }
-  bool setPanLaw(int32_t t, float v) override { return NOTE(t, v); }
-  int32_t beginLoadBank(VstPatchChunkInfo* p) override { return NOTE(p); }
-  int32_t beginLoadProgram(VstPatchChunkInfo* p) override { return NOTE(p); }
-  bool setProcessPrecision(int32_t p) override { return NOTE(p); }
-  int32_t getNumMidiInputChannels() override { return NOTE(); }
-  int32_t getNumMidiOutputChannels() override { return NOTE(); }
-};
 
 struct Route {
   int32_t opcode;
@@ -174,7 +64,7 @@ TEST(FrameDispatcher, EachOpcodeReachesItsOperationWithItsArguments) {
       {79, 5, "getNumMidiOutputChannels()", kAnswer},
   };
   for (const Route& r : routes) {
-    Probe probe;
+    RecordingEffect probe;
     EXPECT_EQ(probe.dispatcher(r.opcode, 3, r.value, P, r.opt), r.result) << "opcode " << r.opcode;
     EXPECT_EQ(probe.log.calls, r.call.empty() ? std::vector<std::string>{}
                                               : std::vector<std::string>{r.call})
@@ -182,7 +72,7 @@ TEST(FrameDispatcher, EachOpcodeReachesItsOperationWithItsArguments) {
   }
   // Unused numbers, the gaps of the extended range, and numbers beyond it.
   for (const int32_t opcode : {9, 16, 17, 18, 20, 21, 28, 30, 31, 32, 36, 37, 43, 46, 53, 54, 55, 57, 80, -1}) {
-    Probe probe;
+    RecordingEffect probe;
     EXPECT_EQ(probe.dispatcher(opcode, 3, 5, P, 0.25f), 0) << "opcode " << opcode;
     EXPECT_TRUE(probe.log.calls.empty()) << "opcode " << opcode;
   }
