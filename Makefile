@@ -9,7 +9,7 @@ FUZZER = build/fuzz/fuzz/host_interface_fuzzer
 VALGRIND_TESTS = plugin_entry_test parameters_programs_test signal_chain_test soak_test sample_rate_sweep_test
 
 .DEFAULT_GOAL := help
-.PHONY: help setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean web serve-web \
+.PHONY: help setup test demo build install bench fuzz fuzz-build fuzz-ci m32 asan tsan valgrind ci clean web serve-web format format-check \
         deb package-test arm64 mutants mutants-ci
 
 # Plain `make` lists the targets instead of starting the set-up.
@@ -34,6 +34,8 @@ help:
 	@echo "  make deb       Debian package (ARCH=arm64 for the arm64 one), checked by lintian"
 	@echo "  make package-test  install, use and purge the package in a bare Debian 12 root"
 	@echo "  make arm64     arm64 cross build and its tests under qemu-aarch64"
+	@echo "  make format    clang-format every C++ file in place (.clang-format)"
+	@echo "  make format-check  fail when a C++ file is not formatted (CI runs it)"
 	@echo "  make clean     remove build/ and demo-out/"
 	@echo "CI runs everything with: bash .ci/run"
 
@@ -131,3 +133,11 @@ serve-web: web
 
 clean:
 	rm -rf build demo-out
+
+# The house layout (.clang-format) on every tracked C++ file.
+FORMAT_FILES = git ls-files '*.cpp' '*.h'
+format: setup
+	$(FORMAT_FILES) | xargs clang-format -i
+
+format-check: setup
+	$(FORMAT_FILES) | xargs clang-format --dry-run -Werror

@@ -116,9 +116,11 @@ const char* knobsName(Knobs k) {
       for (double rate : {44100.0, 48000.0, 96000.0})
         for (int block : {1, 16, 64, 256, 1024, 4096}) {
           const std::string name = std::string("chain/") +
-                                   (engine == veltrax::Engine::fast ? "fast/" : "plain/") + knobsName(knobs) +
-                                   "/" + std::to_string(static_cast<int>(rate)) + "/" + std::to_string(block);
-          benchmark::RegisterBenchmark(name.c_str(), runChain, ChainCase{engine, knobs, rate, block})
+                                   (engine == veltrax::Engine::fast ? "fast/" : "plain/") +
+                                   knobsName(knobs) + "/" + std::to_string(static_cast<int>(rate)) +
+                                   "/" + std::to_string(block);
+          benchmark::RegisterBenchmark(name.c_str(), runChain,
+                                       ChainCase{engine, knobs, rate, block})
               ->Unit(benchmark::kMillisecond);
         }
   veltrax::fast::KernelChoice kernels[4];
@@ -127,10 +129,11 @@ const char* knobsName(Knobs k) {
     for (Knobs knobs : {Knobs::steady, Knobs::automation, Knobs::toggle})
       for (int block : {64, 256, 4096}) {
         if (knobs != Knobs::steady && block != 256) continue;
-        const std::string name = std::string("chain/fast-") + kernels[k].name + "/" + knobsName(knobs) +
-                                 "/48000/" + std::to_string(block);
+        const std::string name = std::string("chain/fast-") + kernels[k].name + "/" +
+                                 knobsName(knobs) + "/48000/" + std::to_string(block);
         benchmark::RegisterBenchmark(name.c_str(), runChainOnKernel,
-                                     ChainCase{veltrax::Engine::fast, knobs, 48000.0, block}, kernels[k].run)
+                                     ChainCase{veltrax::Engine::fast, knobs, 48000.0, block},
+                                     kernels[k].run)
             ->Unit(benchmark::kMillisecond);
       }
   return true;

@@ -58,7 +58,8 @@ const Clipper& sharedTable() {
 }
 
 void perSample(benchmark::State& state, size_t samplesPerIteration) {
-  const double samples = static_cast<double>(samplesPerIteration) * static_cast<double>(state.iterations());
+  const double samples =
+      static_cast<double>(samplesPerIteration) * static_cast<double>(state.iterations());
   state.counters["ns_per_sample"] =
       benchmark::Counter(samples * 1e-9, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }

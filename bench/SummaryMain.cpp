@@ -33,7 +33,8 @@ const int kRates[] = {44100, 48000, 96000};
 const int kBlocks[] = {1, 16, 64, 256, 1024, 4096};
 
 std::string chain(const char* engine, const char* knobs, int rate, int block) {
-  return std::string("chain/") + engine + "/" + knobs + "/" + std::to_string(rate) + "/" + std::to_string(block);
+  return std::string("chain/") + engine + "/" + knobs + "/" + std::to_string(rate) + "/" +
+         std::to_string(block);
 }
 
 double realtime(double ns, int rate) { return 1e9 / (ns * rate); }
@@ -45,9 +46,10 @@ void printTable(const std::map<std::string, double>& ns) {
   };
   veltrax::fast::KernelChoice best;
   const bool fastKernel = veltrax::fast::supportedKernels(&best, 1) > 0;
-  std::printf("\nVELTRAX benchmark summary: ns per sample (x real-time), CPU time, median of the\n"
-              "repetitions; one mono instance, 110 Hz sawtooth at half scale; fast kernel: %s\n\n",
-              fastKernel ? best.name : "none (the plain loop)");
+  std::printf(
+      "\nVELTRAX benchmark summary: ns per sample (x real-time), CPU time, median of the\n"
+      "repetitions; one mono instance, 110 Hz sawtooth at half scale; fast kernel: %s\n\n",
+      fastKernel ? best.name : "none (the plain loop)");
 
   std::printf("Whole chain through the AEffect record, fast engine, steady knobs\n");
   std::printf("%8s", "block");
@@ -102,7 +104,8 @@ void printTable(const std::map<std::string, double>& ns) {
 }
 
 std::string summaryFilter() {
-  std::string f = "^(stage/.*|chain/fast-.*|multistream/single-fast/.*|multistream/[a-z0-9]+/(8|16)/.*";
+  std::string f =
+      "^(stage/.*|chain/fast-.*|multistream/single-fast/.*|multistream/[a-z0-9]+/(8|16)/.*";
   for (int rate : kRates)
     for (int block : kBlocks) f += "|" + chain("fast", "steady", rate, block);
   for (const char* name : {"fast/automation", "fast/toggle", "plain/steady", "plain/automation"})

@@ -220,7 +220,7 @@ struct Clipper4x {
   OversamplingRow up, down;
   FirstOrderSection post0, post1;
   BoundInput upper, lower;  // 0.00125 * 800 and -0.001 * 800 into post0
-  const double* table;  // E[0 .. 2*scale + 1]
+  const double* table;      // E[0 .. 2*scale + 1]
   double scale;
 
   // The interpolation filter's four sub-samples for input u (three zeros inserted).
@@ -390,8 +390,7 @@ struct Engine {
 
     // Decimation and tone level.
     const int jd = s - chain::kDecimateLag;
-    if (!Edge || inBlock(jd))
-      toned = clipper.decimate(shaped) * tone.at<Flat>(jd);
+    if (!Edge || inBlock(jd)) toned = clipper.decimate(shaped) * tone.at<Flat>(jd);
 
     // Shaper.
     if (!Edge || inBlock(s - chain::kShapeLag))
@@ -399,8 +398,7 @@ struct Engine {
 
     // Drive and interpolation.
     const int ji = s - chain::kInterpolateLag;
-    if (!Edge || inBlock(ji))
-      clipper.interpolate(preOut * sustain.at<Flat>(ji), interpolated);
+    if (!Edge || inBlock(ji)) clipper.interpolate(preOut * sustain.at<Flat>(ji), interpolated);
   }
 
   template <bool Gliding, SwitchPath Path, bool Flat>

@@ -44,8 +44,8 @@ void sanitizeDesignRecord(filterPrm_tag& prm) {
   prm.frq = frq;
 }
 
-SectionCoefficients designSection(int16_t code, double frq, double frqLow, double frqHigh,
-                                  double q, double gain, double sampleRate, double pi) {
+SectionCoefficients designSection(int16_t code, double frq, double frqLow, double frqHigh, double q,
+                                  double gain, double sampleRate, double pi) {
   // Pre-warped tangents; multiply first, then divide.
   const double K = std::tan(pi * frq / sampleRate);
   const double K2 = std::tan(pi * frqLow / sampleRate);

@@ -41,8 +41,8 @@ void sanitizeDesignRecord(filterPrm_tag& prm);
 
 // Coefficients for one type code. frq is used as given (sanitise first);
 // pi is the constant the section carries.
-SectionCoefficients designSection(int16_t code, double frq, double frqLow, double frqHigh,
-                                  double q, double gain, double sampleRate, double pi);
+SectionCoefficients designSection(int16_t code, double frq, double frqLow, double frqHigh, double q,
+                                  double gain, double sampleRate, double pi);
 
 // The type code a record selects: its low 16 bits read as a signed value.
 int16_t sectionTypeCode(int32_t num);

@@ -11,8 +11,17 @@ constexpr double kDesignPi = 0x1.921FB54442D1Ap+1;
 }  // namespace
 
 IIRFilter::IIRFilter(filterPrm_tag* prm)
-    : coef{}, ipStart{}, ipDelta{}, z1(0.0), z2(0.0), pi(kDesignPi), num(0), lastNum(-1),
-      biquad(0), ipPos(0.0), ipLen(0.0) {
+    : coef{},
+      ipStart{},
+      ipDelta{},
+      z1(0.0),
+      z2(0.0),
+      pi(kDesignPi),
+      num(0),
+      lastNum(-1),
+      biquad(0),
+      ipPos(0.0),
+      ipLen(0.0) {
   FDexcute(prm);
   for (int k = 0; k < 5; ++k) {
     ipStart[k] = 0.0;

@@ -49,12 +49,12 @@ class IIRFilter {
   double ipDelta[5];  // per-sample increment during the glide
   double z1;
   double z2;
-  double pi;          // 0x400921FB54442D1A, used by every design
-  int16_t num;        // type code of the current design
-  int16_t lastNum;    // type code of the previous design, -1 before the first
-  int32_t biquad;     // nonzero: transposed direct form II; 0: one-pole
-  double ipPos;       // glide position, samples
-  double ipLen;       // glide length, samples
+  double pi;        // 0x400921FB54442D1A, used by every design
+  int16_t num;      // type code of the current design
+  int16_t lastNum;  // type code of the previous design, -1 before the first
+  int32_t biquad;   // nonzero: transposed direct form II; 0: one-pole
+  double ipPos;     // glide position, samples
+  double ipLen;     // glide length, samples
 
  private:
   // The two recursions on an explicit coefficient set c = (c0 .. c4).

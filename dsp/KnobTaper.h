@@ -21,7 +21,7 @@ struct KnobTaper {
   float center;
   float offset;
   float exponent;
-  int coefCount;      // number of polynomial coefficients (type 3)
+  int coefCount;  // number of polynomial coefficients (type 3)
 };
 
 // Control value of knob value x under taper t:

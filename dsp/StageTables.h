@@ -58,7 +58,8 @@ extern const StageTable kStageTables[veltrax::chain::kCascadeCount];
 // A fresh design record for one stage (no band edges: frqLow = frqHigh = 0).
 // Each design gets its own record, since the design writes back sanitised
 // frequency and Q.
-inline filterPrm_tag stageDesign(int32_t num, double frq, double q, double gain, double sampleRate) {
+inline filterPrm_tag stageDesign(int32_t num, double frq, double q, double gain,
+                                 double sampleRate) {
   filterPrm_tag prm;
   prm.num = num;
   prm.frq = frq;

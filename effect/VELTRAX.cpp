@@ -53,7 +53,7 @@ void VELTRAX::releaseTapers() {
                           &toneTapers[kToneLevel]};
   for (KnobTaper** taper : tapers) {
     if (!*taper) continue;
-    delete[] (*taper)->coefs;
+    delete[](*taper)->coefs;
     delete *taper;
     *taper = nullptr;
   }

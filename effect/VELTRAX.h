@@ -153,11 +153,11 @@ class VELTRAX : public Q_TypeBase {
   double osFeedforward[6] = {};
   double sustainValue = 1.0, sustainValuePrev = 0.0;
   double toneValue = 1.0, toneValuePrev = 0.0;
-  double outputLevel = 0.35;            // fixed output factor, linear
-  double toneGainLow = 0.188364909;     // tone level at tone 1 (-14.5 dB), linear
-  double toneGainHigh = 1.0;            // tone level at tone 0, linear
-  double toneRangeLow = 390.0;          // peaking frequency at tone 1, Hz
-  double toneRangeHigh = 2100.0;        // peaking frequency at tone 0, Hz
+  double outputLevel = 0.35;         // fixed output factor, linear
+  double toneGainLow = 0.188364909;  // tone level at tone 1 (-14.5 dB), linear
+  double toneGainHigh = 1.0;         // tone level at tone 0, linear
+  double toneRangeLow = 390.0;       // peaking frequency at tone 1, Hz
+  double toneRangeHigh = 2100.0;     // peaking frequency at tone 0, Hz
 
   // Grow-only capacity of blockBuffer (samples): blocks up to it allocate nothing.
   int32_t blockBufferCapacity = 0;

@@ -20,16 +20,31 @@ class AEffEditor {
   virtual ~AEffEditor() = default;
 
   // Host asks for the editor window's size; `rect` receives a pointer to it.
-  virtual bool getRect(EditorRect** rect) { (void)rect; return false; }
+  virtual bool getRect(EditorRect** rect) {
+    (void)rect;
+    return false;
+  }
   // Host opens the editor inside the parent window `ptr`.
-  virtual bool open(void* ptr) { (void)ptr; return false; }
+  virtual bool open(void* ptr) {
+    (void)ptr;
+    return false;
+  }
   // Host closes the editor window.
   virtual void close() {}
   // Host gives the editor idle time on the UI thread.
   virtual void idle() {}
   // Host forwards a key press / release to the open editor.
-  virtual bool onKeyDown(VstKeyCode& keyCode) { (void)keyCode; return false; }
-  virtual bool onKeyUp(VstKeyCode& keyCode) { (void)keyCode; return false; }
+  virtual bool onKeyDown(VstKeyCode& keyCode) {
+    (void)keyCode;
+    return false;
+  }
+  virtual bool onKeyUp(VstKeyCode& keyCode) {
+    (void)keyCode;
+    return false;
+  }
   // Host sets how knobs follow the mouse (circular, relative circular, linear).
-  virtual bool setKnobMode(int32_t mode) { (void)mode; return false; }
+  virtual bool setKnobMode(int32_t mode) {
+    (void)mode;
+    return false;
+  }
 };

@@ -38,25 +38,25 @@ constexpr int32_t fourCharCode(char a, char b, char c, char d) {
 constexpr int32_t kEffectMagic = fourCharCode('V', 's', 't', 'P');  // 0x56737450
 
 struct AEffect {
-  int32_t magic;                      // kEffectMagic
-  AEffectDispatcherProc dispatcher;   // opcodes, see EffectOpcode
-  AEffectProcessProc process;         // deprecated accumulating float process
+  int32_t magic;                     // kEffectMagic
+  AEffectDispatcherProc dispatcher;  // opcodes, see EffectOpcode
+  AEffectProcessProc process;        // deprecated accumulating float process
   AEffectSetParameterProc setParameter;
   AEffectGetParameterProc getParameter;
   int32_t numPrograms;
   int32_t numParams;
   int32_t numInputs;
   int32_t numOutputs;
-  int32_t flags;                      // EffectFlags bits
-  intptr_t resvd1;                    // reserved for the host, 0
-  intptr_t resvd2;                    // reserved for the host, 0
-  int32_t initialDelay;               // latency in samples
-  int32_t realQualities;              // deprecated
-  int32_t offQualities;               // deprecated
-  float ioRatio;                      // deprecated, 1.0
-  void* object;                       // the effect object behind the record
-  void* user;                         // free for the host
-  int32_t uniqueID;                   // four-character code
+  int32_t flags;          // EffectFlags bits
+  intptr_t resvd1;        // reserved for the host, 0
+  intptr_t resvd2;        // reserved for the host, 0
+  int32_t initialDelay;   // latency in samples
+  int32_t realQualities;  // deprecated
+  int32_t offQualities;   // deprecated
+  float ioRatio;          // deprecated, 1.0
+  void* object;           // the effect object behind the record
+  void* user;             // free for the host
+  int32_t uniqueID;       // four-character code
   int32_t version;
   AEffectProcessProc processReplacing;
   AEffectProcessDoubleProc processDoubleReplacing;
@@ -108,15 +108,15 @@ static_assert(offsetof(AEffect, future) == 136, "layout");
 // Bits of AEffect::flags.
 enum EffectFlags : int32_t {
   effFlagsHasEditor = 1,
-  effFlagsHasClip = 2,               // deprecated
-  effFlagsHasVu = 4,                 // deprecated
-  effFlagsCanMono = 8,               // deprecated
+  effFlagsHasClip = 2,  // deprecated
+  effFlagsHasVu = 4,    // deprecated
+  effFlagsCanMono = 8,  // deprecated
   effFlagsCanReplacing = 16,
   effFlagsProgramChunks = 32,
   effFlagsIsSynth = 256,
   effFlagsNoSoundInStop = 512,
-  effFlagsExtIsAsync = 1024,         // deprecated
-  effFlagsExtHasBuffer = 2048,       // deprecated
+  effFlagsExtIsAsync = 1024,    // deprecated
+  effFlagsExtHasBuffer = 2048,  // deprecated
   effFlagsCanDoubleReplacing = 4096,
 };
 
@@ -138,7 +138,7 @@ enum EffectOpcode : int32_t {
   effEditOpen = 14,
   effEditClose = 15,
   effEditIdle = 19,
-  effIdentify = 22,                  // deprecated
+  effIdentify = 22,  // deprecated
   effGetChunk = 23,
   effSetChunk = 24,
   effProcessEvents = 25,
@@ -193,22 +193,22 @@ enum HostOpcode : int32_t {
   audioMasterCurrentId = 2,
   audioMasterIdle = 3,
   audioMasterPinConnected = 4,
-  audioMasterWantMidi = 6,                    // deprecated
+  audioMasterWantMidi = 6,  // deprecated
   audioMasterGetTime = 7,
   audioMasterProcessEvents = 8,
-  audioMasterTempoAt = 10,                    // deprecated
+  audioMasterTempoAt = 10,                      // deprecated
   audioMasterGetNumAutomatableParameters = 11,  // deprecated
-  audioMasterGetParameterQuantization = 12,   // deprecated
+  audioMasterGetParameterQuantization = 12,     // deprecated
   audioMasterIOChanged = 13,
-  audioMasterNeedIdle = 14,                   // deprecated
+  audioMasterNeedIdle = 14,  // deprecated
   audioMasterSizeWindow = 15,
   audioMasterGetSampleRate = 16,
   audioMasterGetBlockSize = 17,
   audioMasterGetInputLatency = 18,
   audioMasterGetOutputLatency = 19,
-  audioMasterGetPreviousPlug = 20,            // deprecated
-  audioMasterGetNextPlug = 21,                // deprecated
-  audioMasterWillReplaceOrAccumulate = 22,    // deprecated
+  audioMasterGetPreviousPlug = 20,          // deprecated
+  audioMasterGetNextPlug = 21,              // deprecated
+  audioMasterWillReplaceOrAccumulate = 22,  // deprecated
   audioMasterGetCurrentProcessLevel = 23,
   audioMasterGetAutomationState = 24,
   audioMasterOfflineStart = 25,
@@ -216,7 +216,7 @@ enum HostOpcode : int32_t {
   audioMasterOfflineWrite = 27,
   audioMasterOfflineGetCurrentPass = 28,
   audioMasterOfflineGetCurrentMetaPass = 29,
-  audioMasterSetOutputSampleRate = 30,        // deprecated
+  audioMasterSetOutputSampleRate = 30,          // deprecated
   audioMasterGetOutputSpeakerArrangement = 31,  // deprecated
   audioMasterGetVendorString = 32,
   audioMasterGetProductString = 33,
@@ -224,21 +224,21 @@ enum HostOpcode : int32_t {
   audioMasterVendorSpecific = 35,
   audioMasterCanDo = 37,
   audioMasterGetLanguage = 38,
-  audioMasterOpenWindow = 39,                 // deprecated
-  audioMasterCloseWindow = 40,                // deprecated
+  audioMasterOpenWindow = 39,   // deprecated
+  audioMasterCloseWindow = 40,  // deprecated
   audioMasterGetDirectory = 41,
   audioMasterUpdateDisplay = 42,
   audioMasterBeginEdit = 43,
   audioMasterEndEdit = 44,
   audioMasterOpenFileSelector = 45,
   audioMasterCloseFileSelector = 46,
-  audioMasterGetChunkFile = 48,               // deprecated
+  audioMasterGetChunkFile = 48,                // deprecated
   audioMasterGetInputSpeakerArrangement = 49,  // deprecated
 };
 
 // Minimum sizes of the text buffers a host hands over (terminator included).
-constexpr int kParamTextBufferSize = 9;        // names, labels, displays: 8 chars
-constexpr int kEffectNameBufferSize = 33;      // 32 chars
-constexpr int kProductStringBufferSize = 65;   // 64 chars
-constexpr int kProgramNameBufferSize = 24;     // 23 chars
+constexpr int kParamTextBufferSize = 9;       // names, labels, displays: 8 chars
+constexpr int kEffectNameBufferSize = 33;     // 32 chars
+constexpr int kProductStringBufferSize = 65;  // 64 chars
+constexpr int kProgramNameBufferSize = 24;    // 23 chars
 constexpr int kParameterPropertiesBufferSize = 154;

@@ -49,8 +49,8 @@ AudioEffect::~AudioEffect() { delete editor; }
 // Record entry points. The host may throw nothing at us and we throw nothing
 // back: a C caller cannot unwind a C++ exception.
 
-intptr_t AudioEffect::dispatchEffectClass(AEffect* e, int32_t opcode, int32_t index,
-                                          intptr_t value, void* ptr, float opt) {
+intptr_t AudioEffect::dispatchEffectClass(AEffect* e, int32_t opcode, int32_t index, intptr_t value,
+                                          void* ptr, float opt) {
   AudioEffect* effect = effectOf(e);
   if (effect == nullptr) return 0;
   if (opcode == effClose) {

@@ -42,13 +42,21 @@ class AudioEffect {
   virtual void processReplacing(float** inputs, float** outputs, int32_t sampleFrames) = 0;
   // Host's audio thread hands over one block of double-precision audio.
   virtual void processDoubleReplacing(double** inputs, double** outputs, int32_t sampleFrames) {
-    (void)inputs; (void)outputs; (void)sampleFrames;
+    (void)inputs;
+    (void)outputs;
+    (void)sampleFrames;
   }
 
   // Host sets a parameter to a normalised value 0..1; any control thread.
-  virtual void setParameter(int32_t index, float value) { (void)index; (void)value; }
+  virtual void setParameter(int32_t index, float value) {
+    (void)index;
+    (void)value;
+  }
   // Host reads a parameter's normalised value; any thread.
-  virtual float getParameter(int32_t index) { (void)index; return 0.0f; }
+  virtual float getParameter(int32_t index) {
+    (void)index;
+    return 0.0f;
+  }
   // The effect (e.g. its editor) changes a parameter and tells the host.
   virtual void setParameterAutomated(int32_t index, float value);
 
@@ -69,11 +77,16 @@ class AudioEffect {
 
   // Host asks for the state as an opaque chunk; answers its byte size, 0 = none.
   virtual int32_t getChunk(void** data, bool isPreset = false) {
-    (void)data; (void)isPreset; return 0;
+    (void)data;
+    (void)isPreset;
+    return 0;
   }
   // Host restores a chunk of byteSize bytes; answers non-zero when taken.
   virtual int32_t setChunk(void* data, int32_t byteSize, bool isPreset = false) {
-    (void)data; (void)byteSize; (void)isPreset; return 0;
+    (void)data;
+    (void)byteSize;
+    (void)isPreset;
+    return 0;
   }
 
   // Record setters, called by the effect while it builds itself.
@@ -108,14 +121,20 @@ class AudioEffect {
 
   // Deprecated accumulating process entry; the base ignores it.
   virtual void __processDeprecated(float** inputs, float** outputs, int32_t sampleFrames) {
-    (void)inputs; (void)outputs; (void)sampleFrames;
+    (void)inputs;
+    (void)outputs;
+    (void)sampleFrames;
   }
   virtual float __getVuDeprecated() { return 0.0f; }
   virtual void __hasVuDeprecated(bool state = true) { setFlag(effFlagsHasVu, state); }
   virtual void __hasClipDeprecated(bool state = true) { setFlag(effFlagsHasClip, state); }
   virtual void __canMonoDeprecated(bool state = true) { setFlag(effFlagsCanMono, state); }
-  virtual void __setRealtimeQualitiesDeprecated(int32_t qualities) { cEffect.realQualities = qualities; }
-  virtual void __setOfflineQualitiesDeprecated(int32_t qualities) { cEffect.offQualities = qualities; }
+  virtual void __setRealtimeQualitiesDeprecated(int32_t qualities) {
+    cEffect.realQualities = qualities;
+  }
+  virtual void __setOfflineQualitiesDeprecated(int32_t qualities) {
+    cEffect.offQualities = qualities;
+  }
 
   // Installs (or, with null, removes) the editor and keeps flag 1 in step.
   // The effect owns the editor from then on.

@@ -20,15 +20,15 @@ VstKeyCode keyCodeFrom(int32_t index, intptr_t value, float opt) {
   VstKeyCode key;
   key.character = index;
   key.virt = static_cast<unsigned char>(value & 0xFF);
-  key.modifier =
-      std::fabs(opt) < 2147483648.0f ? static_cast<unsigned char>(static_cast<int32_t>(opt) & 0xFF) : 0;
+  key.modifier = std::fabs(opt) < 2147483648.0f
+                     ? static_cast<unsigned char>(static_cast<int32_t>(opt) & 0xFF)
+                     : 0;
   return key;
 }
 
 }  // namespace
 
-AudioEffectX::AudioEffectX(audioMasterCallback audioMaster, int32_t numPrograms,
-                           int32_t numParams)
+AudioEffectX::AudioEffectX(audioMasterCallback audioMaster, int32_t numPrograms, int32_t numParams)
     : AudioEffect(audioMaster, numPrograms, numParams) {}
 
 // ---------------------------------------------------------------------------
@@ -46,8 +46,8 @@ intptr_t AudioEffectX::dispatcher(int32_t opcode, int32_t index, intptr_t value,
     case effString2Parameter:
       return asResult(string2parameter(index, static_cast<char*>(ptr)));
     case effGetProgramNameIndexed:
-      return asResult(getProgramNameIndexed(static_cast<int32_t>(value), index,
-                                            static_cast<char*>(ptr)));
+      return asResult(
+          getProgramNameIndexed(static_cast<int32_t>(value), index, static_cast<char*>(ptr)));
     case effGetInputProperties:
       return asResult(getInputProperties(index, static_cast<VstPinProperties*>(ptr)));
     case effGetOutputProperties:
@@ -55,10 +55,11 @@ intptr_t AudioEffectX::dispatcher(int32_t opcode, int32_t index, intptr_t value,
     case effGetPlugCategory:
       return getPlugCategory();
     case effOfflineNotify:
-      return asResult(offlineNotify(static_cast<VstAudioFile*>(ptr), static_cast<int32_t>(value),
-                                    index != 0));
+      return asResult(
+          offlineNotify(static_cast<VstAudioFile*>(ptr), static_cast<int32_t>(value), index != 0));
     case effOfflinePrepare:
-      return asResult(offlinePrepare(static_cast<VstOfflineTask*>(ptr), static_cast<int32_t>(value)));
+      return asResult(
+          offlinePrepare(static_cast<VstOfflineTask*>(ptr), static_cast<int32_t>(value)));
     case effOfflineRun:
       return asResult(offlineRun(static_cast<VstOfflineTask*>(ptr), static_cast<int32_t>(value)));
     case effProcessVarIo:
@@ -247,8 +248,7 @@ bool AudioEffectX::closeFileSelector(VstFileSelect* ptr) {
   return ptr != nullptr && callHost(audioMasterCloseFileSelector, 0, 0, ptr) != 0;
 }
 
-bool AudioEffectX::offlineRead(VstOfflineTask* offline, VstOfflineOption option,
-                               bool readSource) {
+bool AudioEffectX::offlineRead(VstOfflineTask* offline, VstOfflineOption option, bool readSource) {
   return callHost(audioMasterOfflineRead, readSource ? 1 : 0, option, offline) != 0;
 }
 
@@ -307,13 +307,11 @@ void AudioEffectX::__setOutputSamplerateDeprecated(float samplerate) {
 }
 
 VstSpeakerArrangement* AudioEffectX::__getInputSpeakerArrangementDeprecated() {
-  return reinterpret_cast<VstSpeakerArrangement*>(
-      callHost(audioMasterGetInputSpeakerArrangement));
+  return reinterpret_cast<VstSpeakerArrangement*>(callHost(audioMasterGetInputSpeakerArrangement));
 }
 
 VstSpeakerArrangement* AudioEffectX::__getOutputSpeakerArrangementDeprecated() {
-  return reinterpret_cast<VstSpeakerArrangement*>(
-      callHost(audioMasterGetOutputSpeakerArrangement));
+  return reinterpret_cast<VstSpeakerArrangement*>(callHost(audioMasterGetOutputSpeakerArrangement));
 }
 
 void* AudioEffectX::__openWindowDeprecated(__VstWindowDeprecated* window) {

@@ -21,30 +21,47 @@ class AudioEffectX : public AudioEffect {
 
   // Host sends an opcode; 25..79 are handled here, everything else and the
   // gaps go to AudioEffect::dispatcher.
-  intptr_t dispatcher(int32_t opcode, int32_t index, intptr_t value, void* ptr,
-                      float opt) override;
+  intptr_t dispatcher(int32_t opcode, int32_t index, intptr_t value, void* ptr, float opt) override;
   // Host switches processing on; asks for events if the effect wants MIDI.
   void resume() override;
 
   // Slots 51-53: host asks about a parameter (automatable, set from text, properties).
-  virtual bool canParameterBeAutomated(int32_t index) { (void)index; return true; }
-  virtual bool string2parameter(int32_t index, char* text) { (void)index; (void)text; return false; }
+  virtual bool canParameterBeAutomated(int32_t index) {
+    (void)index;
+    return true;
+  }
+  virtual bool string2parameter(int32_t index, char* text) {
+    (void)index;
+    (void)text;
+    return false;
+  }
   virtual bool getParameterProperties(int32_t index, VstParameterProperties* p) {
-    (void)index; (void)p; return false;
+    (void)index;
+    (void)p;
+    return false;
   }
   // Slots 54-55: the effect's editor brackets a parameter gesture (host opcode 43 / 44).
   virtual bool beginEdit(int32_t index);
   virtual bool endEdit(int32_t index);
   // Slot 56: host reads the name of any program into a buffer of at least 24 bytes.
   virtual bool getProgramNameIndexed(int32_t category, int32_t index, char* text) {
-    (void)category; (void)index; (void)text; return false;
+    (void)category;
+    (void)index;
+    (void)text;
+    return false;
   }
   // Slots 57-58: host brackets a program change.
   virtual bool beginSetProgram() { return false; }
   virtual bool endSetProgram() { return false; }
   // Slots 59-60: host announces a bank / program chunk before loading it.
-  virtual int32_t beginLoadBank(VstPatchChunkInfo* ptr) { (void)ptr; return 0; }
-  virtual int32_t beginLoadProgram(VstPatchChunkInfo* ptr) { (void)ptr; return 0; }
+  virtual int32_t beginLoadBank(VstPatchChunkInfo* ptr) {
+    (void)ptr;
+    return 0;
+  }
+  virtual int32_t beginLoadProgram(VstPatchChunkInfo* ptr) {
+    (void)ptr;
+    return 0;
+  }
 
   // Slot 61: the effect tells the host its I/O or latency changed (host opcode 13).
   virtual bool ioChanged();
@@ -57,22 +74,38 @@ class AudioEffectX : public AudioEffect {
 
   // Slots 66-67: host asks for pin descriptions.
   virtual bool getInputProperties(int32_t index, VstPinProperties* properties) {
-    (void)index; (void)properties; return false;
+    (void)index;
+    (void)properties;
+    return false;
   }
   virtual bool getOutputProperties(int32_t index, VstPinProperties* properties) {
-    (void)index; (void)properties; return false;
+    (void)index;
+    (void)properties;
+    return false;
   }
   // Slots 68-69: host proposes / reads speaker arrangements.
   virtual bool setSpeakerArrangement(VstSpeakerArrangement* pluginInput,
                                      VstSpeakerArrangement* pluginOutput) {
-    (void)pluginInput; (void)pluginOutput; return false;
+    (void)pluginInput;
+    (void)pluginOutput;
+    return false;
   }
   virtual bool getSpeakerArrangement(VstSpeakerArrangement** pluginInput,
                                      VstSpeakerArrangement** pluginOutput);
   // Slots 70-72: host sets bypass, pan law, and process precision (0 single, 1 double).
-  virtual bool setBypass(bool onOff) { (void)onOff; return false; }
-  virtual bool setPanLaw(int32_t type, float val) { (void)type; (void)val; return false; }
-  virtual bool setProcessPrecision(int32_t precision) { (void)precision; return false; }
+  virtual bool setBypass(bool onOff) {
+    (void)onOff;
+    return false;
+  }
+  virtual bool setPanLaw(int32_t type, float val) {
+    (void)type;
+    (void)val;
+    return false;
+  }
+  virtual bool setProcessPrecision(int32_t precision) {
+    (void)precision;
+    return false;
+  }
   // Slots 73-74: host asks how many MIDI channels the effect uses.
   virtual int32_t getNumMidiInputChannels() { return 0; }
   virtual int32_t getNumMidiOutputChannels() { return 0; }
@@ -83,12 +116,18 @@ class AudioEffectX : public AudioEffect {
   virtual int32_t getAutomationState();
 
   // Slot 78: host hands over events before the next block.
-  virtual int32_t processEvents(VstEvents* events) { (void)events; return 0; }
+  virtual int32_t processEvents(VstEvents* events) {
+    (void)events;
+    return 0;
+  }
   // Slots 79-80: host brackets a run of process calls.
   virtual int32_t startProcess() { return 0; }
   virtual int32_t stopProcess() { return 0; }
   // Slot 81: host requests variable-rate processing.
-  virtual bool processVariableIo(VstVariableIo* varIo) { (void)varIo; return false; }
+  virtual bool processVariableIo(VstVariableIo* varIo) {
+    (void)varIo;
+    return false;
+  }
   // Slot 82: host announces the total samples of an offline run; answers it back.
   virtual int32_t setTotalSampleToProcess(int32_t value) { return value; }
 
@@ -109,33 +148,60 @@ class AudioEffectX : public AudioEffect {
   virtual void* getDirectory();
 
   // Slots 93-96: host reads identity texts (name 33, vendor 65, product 65 bytes).
-  virtual bool getEffectName(char* name) { (void)name; return false; }
-  virtual bool getVendorString(char* text) { (void)text; return false; }
-  virtual bool getProductString(char* text) { (void)text; return false; }
+  virtual bool getEffectName(char* name) {
+    (void)name;
+    return false;
+  }
+  virtual bool getVendorString(char* text) {
+    (void)text;
+    return false;
+  }
+  virtual bool getProductString(char* text) {
+    (void)text;
+    return false;
+  }
   virtual int32_t getVendorVersion() { return 0; }
   // Slot 97: host's private extension calls.
   virtual intptr_t vendorSpecific(int32_t lArg, intptr_t lArg2, void* ptrArg, float floatArg) {
-    (void)lArg; (void)lArg2; (void)ptrArg; (void)floatArg; return 0;
+    (void)lArg;
+    (void)lArg2;
+    (void)ptrArg;
+    (void)floatArg;
+    return 0;
   }
   // Slot 98: host asks a capability by name; 1 yes, -1 no, 0 don't know.
-  virtual int32_t canDo(char* text) { (void)text; return 0; }
+  virtual int32_t canDo(char* text) {
+    (void)text;
+    return 0;
+  }
   // Slots 99-100: host asks the interface version and the plug-in category.
   virtual int32_t getVstVersion() { return 2400; }
   virtual int32_t getPlugCategory() { return hasFlag(effFlagsIsSynth) ? 2 : 0; }
 
   // Slots 101-105: host asks about MIDI program and key names.
   virtual int32_t getMidiProgramName(int32_t channel, MidiProgramName* midiProgramName) {
-    (void)channel; (void)midiProgramName; return 0;
+    (void)channel;
+    (void)midiProgramName;
+    return 0;
   }
   virtual int32_t getCurrentMidiProgram(int32_t channel, MidiProgramName* currentProgram) {
-    (void)channel; (void)currentProgram; return -1;
+    (void)channel;
+    (void)currentProgram;
+    return -1;
   }
   virtual int32_t getMidiProgramCategory(int32_t channel, MidiProgramCategory* category) {
-    (void)channel; (void)category; return 0;
+    (void)channel;
+    (void)category;
+    return 0;
   }
-  virtual bool hasMidiProgramsChanged(int32_t channel) { (void)channel; return false; }
+  virtual bool hasMidiProgramsChanged(int32_t channel) {
+    (void)channel;
+    return false;
+  }
   virtual bool getMidiKeyName(int32_t channel, MidiKeyName* keyName) {
-    (void)channel; (void)keyName; return false;
+    (void)channel;
+    (void)keyName;
+    return false;
   }
 
   // Slots 106-109: the effect asks the host to redraw, resize, open/close a file selector.
@@ -144,7 +210,10 @@ class AudioEffectX : public AudioEffect {
   virtual bool openFileSelector(VstFileSelect* ptr);
   virtual bool closeFileSelector(VstFileSelect* ptr);
   // Slot 110: shell host enumerates contained plug-ins; this one contains none.
-  virtual int32_t getNextShellPlugin(char* name) { (void)name; return 0; }
+  virtual int32_t getNextShellPlugin(char* name) {
+    (void)name;
+    return 0;
+  }
 
   // Slots 111-114: speaker arrangements as byte arrays of 8 + numChannels * 112 bytes.
   virtual bool allocateArrangement(VstSpeakerArrangement** arrangement, int32_t nbChannels);
@@ -153,20 +222,28 @@ class AudioEffectX : public AudioEffect {
   virtual bool matchArrangement(VstSpeakerArrangement** to, VstSpeakerArrangement* from);
 
   // Slots 115-119: the effect drives an offline run through the host (host opcodes 25-29).
-  virtual bool offlineRead(VstOfflineTask* offline, VstOfflineOption option, bool readSource = true);
+  virtual bool offlineRead(VstOfflineTask* offline, VstOfflineOption option,
+                           bool readSource = true);
   virtual bool offlineWrite(VstOfflineTask* offline, VstOfflineOption option);
   virtual bool offlineStart(VstAudioFile* ptr, int32_t numAudioFiles, int32_t numNewAudioFiles);
   virtual int32_t offlineGetCurrentPass();
   virtual int32_t offlineGetCurrentMetaPass();
   // Slots 120-124: host drives the effect's offline processing.
   virtual bool offlineNotify(VstAudioFile* ptr, int32_t numAudioFiles, bool start) {
-    (void)ptr; (void)numAudioFiles; (void)start; return false;
+    (void)ptr;
+    (void)numAudioFiles;
+    (void)start;
+    return false;
   }
   virtual bool offlinePrepare(VstOfflineTask* offline, int32_t count) {
-    (void)offline; (void)count; return false;
+    (void)offline;
+    (void)count;
+    return false;
   }
   virtual bool offlineRun(VstOfflineTask* offline, int32_t count) {
-    (void)offline; (void)count; return false;
+    (void)offline;
+    (void)count;
+    return false;
   }
   virtual int32_t offlineGetNumPasses() { return 0; }
   virtual int32_t offlineGetNumMetaPasses() { return 0; }
@@ -177,15 +254,28 @@ class AudioEffectX : public AudioEffect {
   virtual int32_t __getNumAutomatableParametersDeprecated();
   virtual int32_t __getParameterQuantizationDeprecated();
   virtual int32_t __getNumCategoriesDeprecated() { return 1; }
-  virtual bool __copyProgramDeprecated(int32_t destination) { (void)destination; return false; }
+  virtual bool __copyProgramDeprecated(int32_t destination) {
+    (void)destination;
+    return false;
+  }
   virtual bool __needIdleDeprecated();
   virtual AEffect* __getPreviousPlugDeprecated(int32_t input);
   virtual AEffect* __getNextPlugDeprecated(int32_t output);
-  virtual void __inputConnectedDeprecated(int32_t index, bool state) { (void)index; (void)state; }
-  virtual void __outputConnectedDeprecated(int32_t index, bool state) { (void)index; (void)state; }
+  virtual void __inputConnectedDeprecated(int32_t index, bool state) {
+    (void)index;
+    (void)state;
+  }
+  virtual void __outputConnectedDeprecated(int32_t index, bool state) {
+    (void)index;
+    (void)state;
+  }
   virtual int32_t __willProcessReplacingDeprecated();
-  virtual void __wantAsyncOperationDeprecated(bool state = true) { setFlag(effFlagsExtIsAsync, state); }
-  virtual void __hasExternalBufferDeprecated(bool state = true) { setFlag(effFlagsExtHasBuffer, state); }
+  virtual void __wantAsyncOperationDeprecated(bool state = true) {
+    setFlag(effFlagsExtIsAsync, state);
+  }
+  virtual void __hasExternalBufferDeprecated(bool state = true) {
+    setFlag(effFlagsExtHasBuffer, state);
+  }
   virtual int32_t __reportCurrentPositionDeprecated() { return 0; }
   virtual float* __reportDestinationBufferDeprecated() { return nullptr; }
   virtual void __setOutputSamplerateDeprecated(float samplerate);
@@ -197,9 +287,16 @@ class AudioEffectX : public AudioEffect {
     blockSize = newBlockSize;
     sampleRate = newSampleRate;
   }
-  virtual bool __getErrorTextDeprecated(char* text) { (void)text; return false; }
+  virtual bool __getErrorTextDeprecated(char* text) {
+    (void)text;
+    return false;
+  }
   virtual void* __getIconDeprecated() { return nullptr; }
-  virtual bool __setViewPositionDeprecated(int32_t x, int32_t y) { (void)x; (void)y; return false; }
+  virtual bool __setViewPositionDeprecated(int32_t x, int32_t y) {
+    (void)x;
+    (void)y;
+    return false;
+  }
   virtual int32_t __fxIdleDeprecated() { return 0; }
   virtual bool __keysRequiredDeprecated() { return false; }
   virtual bool __getChunkFileDeprecated(void* nativePath);

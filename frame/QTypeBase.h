@@ -22,26 +22,24 @@ class Q_TypeBase : public AudioEffectX {
   virtual int32_t getNumOfInJacks() { return 1; }
   virtual int32_t getNumOfOutJacks() { return 1; }
   // Host asks how many signals a jack carries.
-  virtual int32_t getNumOfInSig(int32_t jack) { (void)jack; return 2; }
-  virtual int32_t getNumOfOutSig(int32_t jack) { (void)jack; return 1; }
+  virtual int32_t getNumOfInSig(int32_t /*jack*/) { return 2; }
+  virtual int32_t getNumOfOutSig(int32_t /*jack*/) { return 1; }
   // Host asks the number of a jack's first signal.
-  virtual int32_t getStartNumInSig(int32_t jack) { (void)jack; return 0; }
-  virtual int32_t getStartNumOutSig(int32_t jack) { (void)jack; return 0; }
+  virtual int32_t getStartNumInSig(int32_t /*jack*/) { return 0; }
+  virtual int32_t getStartNumOutSig(int32_t /*jack*/) { return 0; }
   // Host asks which input signal carries the dry signal; -1 for none.
   virtual int32_t getDryInSigNum() { return -1; }
   // Host offers its listener; the base keeps none.
   virtual void setListner(Q_VstListner* listener) { (void)listener; }
   // Host asks the display text parameter `index` would show for `value`
   // (normalised 0..1) without changing the parameter; buffer of at least 9 bytes.
-  virtual void getParameterDisplayOf(int32_t index, float value, char* text) {
-    (void)index; (void)value; (void)text;
-  }
+  virtual void getParameterDisplayOf(int32_t /*index*/, float /*value*/, char* /*text*/) {}
   // Host asks the version of this extension the effect was built against.
   virtual int32_t getHeaderVersion() { return headerVersion; }
   // Host passes a time value; the base ignores it.
   virtual void setTime(float time) { (void)time; }
 
  protected:
-  double volumeRangeLow;   // low end point of the volume taper; 0.0
-  int32_t headerVersion;   // 1
+  double volumeRangeLow;  // low end point of the volume taper; 0.0
+  int32_t headerVersion;  // 1
 };

@@ -11,14 +11,14 @@
 #include <cstddef>
 #include <cstdint>
 
-struct VstEvents;             // MIDI/system events, host <-> effect
-struct VstTimeInfo;           // the host's transport/time record
-struct VstPinProperties;      // input/output pin description
-struct VstPatchChunkInfo;     // bank/program chunk header before loading
-struct VstVariableIo;         // variable-rate processing request
-struct VstOfflineTask;        // offline processing task
-struct VstAudioFile;          // offline audio file description
-struct VstFileSelect;         // file-selector request
+struct VstEvents;          // MIDI/system events, host <-> effect
+struct VstTimeInfo;        // the host's transport/time record
+struct VstPinProperties;   // input/output pin description
+struct VstPatchChunkInfo;  // bank/program chunk header before loading
+struct VstVariableIo;      // variable-rate processing request
+struct VstOfflineTask;     // offline processing task
+struct VstAudioFile;       // offline audio file description
+struct VstFileSelect;      // file-selector request
 struct MidiProgramName;
 struct MidiProgramCategory;
 struct MidiKeyName;

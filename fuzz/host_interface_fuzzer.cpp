@@ -27,11 +27,11 @@
 #include <memory>
 #include <vector>
 
+#include "VtableCall.h"
 #include "effect/InternalControl.h"
 #include "frame/AEffect.h"
 #include "frame/QTypeIF.h"
 #include "support/OutputBound.h"
-#include "VtableCall.h"
 
 extern "C" void* getinterface(audioMasterCallback);
 extern "C" void* QTypeIF(audioMasterCallback);
@@ -91,18 +91,60 @@ class ByteStream {
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
-const int32_t kIndexes[] = {0, 1, 2, 3, 4, -1, 5, 15, 16, 17, 100, -100,
-                            std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()};
-const intptr_t kValues[] = {0, 1, 2, 3, 15, 16, -1, -16, 255, 256, 12345,
-                            std::numeric_limits<intptr_t>::min(), std::numeric_limits<intptr_t>::max()};
-const long kPrograms[] = {0, 1, 7, 15, 16, -1, 100, std::numeric_limits<long>::min(), std::numeric_limits<long>::max()};
-const float kFloats[] = {0.0f, 1.0f, 0.5f, 0.25f, 0.75f, 0.999f, -0.0f, -1.0f, 1.0001f, 2.0f, 1e30f, -1e30f,
-                         std::numeric_limits<float>::max(), std::numeric_limits<float>::min(), 1e-40f,
-                         kNaN, -kNaN, kInf, -kInf};
-const float kRates[] = {44100.0f, 48000.0f, 96000.0f, 192000.0f, 8000.0f, 22050.0f, 11025.0f, 32000.0f, 88200.0f,
-                        176400.0f, 384000.0f, 44056.0f, 47999.9f, 48000.5f, 1000.0f, 1536000.0f, 62.4f,
-                        62.5f, 0.0f, -0.0f, -44100.0f, 1e-30f, 1e10f, kNaN, kInf, -kInf};
-const int32_t kBlockLengths[] = {-5, -1, 0, 1, 2, 3, 17, 64, 128, 255, 256, 511, 512, 1000, 1024, 2048, 4095, 4096};
+const int32_t kIndexes[] = {0,
+                            1,
+                            2,
+                            3,
+                            4,
+                            -1,
+                            5,
+                            15,
+                            16,
+                            17,
+                            100,
+                            -100,
+                            std::numeric_limits<int32_t>::min(),
+                            std::numeric_limits<int32_t>::max()};
+const intptr_t kValues[] = {0,
+                            1,
+                            2,
+                            3,
+                            15,
+                            16,
+                            -1,
+                            -16,
+                            255,
+                            256,
+                            12345,
+                            std::numeric_limits<intptr_t>::min(),
+                            std::numeric_limits<intptr_t>::max()};
+const long kPrograms[] = {
+    0, 1, 7, 15, 16, -1, 100, std::numeric_limits<long>::min(), std::numeric_limits<long>::max()};
+const float kFloats[] = {0.0f,
+                         1.0f,
+                         0.5f,
+                         0.25f,
+                         0.75f,
+                         0.999f,
+                         -0.0f,
+                         -1.0f,
+                         1.0001f,
+                         2.0f,
+                         1e30f,
+                         -1e30f,
+                         std::numeric_limits<float>::max(),
+                         std::numeric_limits<float>::min(),
+                         1e-40f,
+                         kNaN,
+                         -kNaN,
+                         kInf,
+                         -kInf};
+const float kRates[] = {44100.0f, 48000.0f,   96000.0f,  192000.0f, 8000.0f,  22050.0f, 11025.0f,
+                        32000.0f, 88200.0f,   176400.0f, 384000.0f, 44056.0f, 47999.9f, 48000.5f,
+                        1000.0f,  1536000.0f, 62.4f,     62.5f,     0.0f,     -0.0f,    -44100.0f,
+                        1e-30f,   1e10f,      kNaN,      kInf,      -kInf};
+const int32_t kBlockLengths[] = {-5,  -1,  0,   1,   2,    3,    17,   64,   128,
+                                 255, 256, 511, 512, 1000, 1024, 2048, 4095, 4096};
 const double kSpecialSamples[] = {std::numeric_limits<double>::quiet_NaN(),
                                   -std::numeric_limits<double>::quiet_NaN(),
                                   std::numeric_limits<double>::signaling_NaN(),
@@ -119,7 +161,9 @@ const double kSpecialSamples[] = {std::numeric_limits<double>::quiet_NaN(),
                                   1.0};
 const double kAmplitudes[] = {1e-310, 1e-6, 0.1, 1.0, 100.0, 1e300};
 
-bool isValidRate(float rate) { return std::isfinite(rate) && rate >= 62.5f && rate < 2147483648.0f; }
+bool isValidRate(float rate) {
+  return std::isfinite(rate) && rate >= 62.5f && rate < 2147483648.0f;
+}
 
 // Host side of the entry functions: answers the version query.
 intptr_t host(AEffect*, int32_t opcode, int32_t, intptr_t, void*, float) {
@@ -139,7 +183,8 @@ std::unique_ptr<char[]> zeroed(size_t size) {
 std::unique_ptr<char[]> inputString(ByteStream& in, size_t limit) {
   const size_t length = in.byte() % (limit + 1);
   auto text = zeroed(length + 1);
-  for (size_t i = 0; i < length; ++i) text[i] = static_cast<char>(in.byte() | 1);  // no early terminator
+  for (size_t i = 0; i < length; ++i)
+    text[i] = static_cast<char>(in.byte() | 1);  // no early terminator
   return text;
 }
 
@@ -186,15 +231,20 @@ struct Plugin {
 size_t textBufferSize(int32_t opcode) {
   switch (opcode) {
     case effGetProgramName:
-    case effGetProgramNameIndexed: return kProgramNameBufferSize;
+    case effGetProgramNameIndexed:
+      return kProgramNameBufferSize;
     case effGetParamLabel:
     case effGetParamDisplay:
-    case effGetParamName: return kParamTextBufferSize;
-    case effGetEffectName: return kEffectNameBufferSize;
+    case effGetParamName:
+      return kParamTextBufferSize;
+    case effGetEffectName:
+      return kEffectNameBufferSize;
     case effGetVendorString:
     case effGetProductString:
-    case effShellGetNextPlugin: return kProductStringBufferSize;
-    default: return 0;
+    case effShellGetNextPlugin:
+      return kProductStringBufferSize;
+    default:
+      return 0;
   }
 }
 
@@ -216,8 +266,10 @@ bool takesRecord(int32_t opcode) {
     case effGetMidiProgramCategory:
     case effGetMidiKeyName:
     case effBeginLoadBank:
-    case effBeginLoadProgram: return true;
-    default: return false;
+    case effBeginLoadProgram:
+      return true;
+    default:
+      return false;
   }
 }
 
@@ -233,10 +285,18 @@ void fillBlock(std::vector<double>& block, ByteStream& in) {
     lcg = lcg * 6364136223846793005ull + 1442695040888963407ull;
     const double noise = amplitude * (static_cast<double>(lcg >> 11) * 0x1.0p-52 - 1.0);
     switch (mode) {
-      case 0: block[i] = in.empty() ? noise : in.raw<double>(); break;
-      case 1: block[i] = noise; break;
-      case 2: block[i] = special; break;
-      default: block[i] = i % stride == 0 ? special : noise; break;
+      case 0:
+        block[i] = in.empty() ? noise : in.raw<double>();
+        break;
+      case 1:
+        block[i] = noise;
+        break;
+      case 2:
+        block[i] = special;
+        break;
+      default:
+        block[i] = i % stride == 0 ? special : noise;
+        break;
     }
   }
 }
@@ -246,7 +306,8 @@ void fillBlock(std::vector<double>& block, ByteStream& in) {
 // same input on the other engine can be compared with it.
 class Session {
  public:
-  Session(const uint8_t* data, size_t size, veltrax::Engine engine) : in_(data, size), engine_(engine) {}
+  Session(const uint8_t* data, size_t size, veltrax::Engine engine)
+      : in_(data, size), engine_(engine) {}
 
   std::vector<double> run() {
     const uint8_t setup = in_.byte();
@@ -257,16 +318,34 @@ class Session {
       Plugin& plugin = plugins_[code >> 7];
       if (!plugin.effect) plugin.open(code & 0x40, engine_);
       switch ((code & 0x3f) % 11) {
-        case 0: dispatchAny(plugin); break;
-        case 1: setParameter(plugin); break;
-        case 2: setSampleRate(plugin); break;
+        case 0:
+          dispatchAny(plugin);
+          break;
+        case 1:
+          setParameter(plugin);
+          break;
+        case 2:
+          setSampleRate(plugin);
+          break;
         case 3:
-        case 4: processBlock(plugin); break;
-        case 5: setProgramLong(plugin); break;
-        case 6: displayOf(plugin); break;
-        case 7: hostExtension(plugin); break;
-        case 8: processSingle(plugin); break;
-        case 9: veltrax::reserveBlockCapacity(plugin.effect, blockLength()); break;
+        case 4:
+          processBlock(plugin);
+          break;
+        case 5:
+          setProgramLong(plugin);
+          break;
+        case 6:
+          displayOf(plugin);
+          break;
+        case 7:
+          hostExtension(plugin);
+          break;
+        case 8:
+          processSingle(plugin);
+          break;
+        case 9:
+          veltrax::reserveBlockCapacity(plugin.effect, blockLength());
+          break;
         default:
           plugin.close();
           plugin.open(code & 0x40, engine_);
@@ -356,7 +435,8 @@ class Session {
     const long program = in_.pick(kPrograms);
     callVirtualSlot<void, long>(plugin.effect->object, kSlotSetProgramLong, program);
     if (program >= 0 && program < 16)
-      check(plugin.dispatch(effGetProgram, 0, 0, nullptr, 0.0f) == program, "setProgram(long) did not switch");
+      check(plugin.dispatch(effGetProgram, 0, 0, nullptr, 0.0f) == program,
+            "setProgram(long) did not switch");
   }
 
   void displayOf(Plugin& plugin) {
@@ -364,10 +444,12 @@ class Session {
     const float value = in_.pick(kFloats);
     auto text = zeroed(kParamTextBufferSize);
     std::memset(text.get(), kUnwritten, kParamTextBufferSize);
-    callVirtualSlot<void, int32_t, float, char*>(plugin.effect->object, kSlotGetParameterDisplayOf, index, value,
-                                          text.get());
-    checkTextWrite(text.get(), kParamTextBufferSize, "display of a value left its buffer unterminated");
-    if (index < 0 || index > 3) check(text[0] == kUnwritten, "display of an unknown parameter wrote text");
+    callVirtualSlot<void, int32_t, float, char*>(plugin.effect->object, kSlotGetParameterDisplayOf,
+                                                 index, value, text.get());
+    checkTextWrite(text.get(), kParamTextBufferSize,
+                   "display of a value left its buffer unterminated");
+    if (index < 0 || index > 3)
+      check(text[0] == kUnwritten, "display of an unknown parameter wrote text");
   }
 
   void hostExtension(Plugin& plugin) {
@@ -376,9 +458,12 @@ class Session {
     const int slot = kSlotFirstExtension + in_.byte() % 11;
     const int32_t jack = in_.pick(kIndexes);
     if (slot <= kSlotFirstExtension + 1 || slot == kSlotFirstExtension + 6) {
-      check(callVirtualSlot<int32_t>(object, slot) == kAnswers[slot - kSlotFirstExtension], "jack count");
+      check(callVirtualSlot<int32_t>(object, slot) == kAnswers[slot - kSlotFirstExtension],
+            "jack count");
     } else if (slot < kSlotSetListner) {
-      check(callVirtualSlot<int32_t, int32_t>(object, slot, jack) == kAnswers[slot - kSlotFirstExtension], "signal count");
+      check(callVirtualSlot<int32_t, int32_t>(object, slot, jack) ==
+                kAnswers[slot - kSlotFirstExtension],
+            "signal count");
     } else if (slot == kSlotSetListner) {
       auto listener = zeroed(64);
       callVirtualSlot<void, void*>(object, slot, (in_.byte() & 1) ? nullptr : listener.get());
@@ -421,12 +506,15 @@ class Session {
             "a block before the first valid rate did not pass its input through");
       return;
     }
-    if (!inPlace) check(std::memcmp(input.data(), original.data(), size * sizeof(double)) == 0, "input was written");
+    if (!inPlace)
+      check(std::memcmp(input.data(), original.data(), size * sizeof(double)) == 0,
+            "input was written");
     if (plugin.wildKnobs) return;
     for (size_t i = 0; i < size; ++i)
       if (std::isfinite(original[i])) {
         check(std::isfinite(output[i]), "finite input gave non-finite output");
-        check(testhost::withinOutputBound(original[i], output[i]), "output louder than input and effect path");
+        check(testhost::withinOutputBound(original[i], output[i]),
+              "output louder than input and effect path");
       }
   }
 
@@ -449,7 +537,8 @@ class Session {
 bool sameAudio(const std::vector<double>& a, const std::vector<double>& b) {
   if (a.size() != b.size()) return false;
   for (size_t i = 0; i < a.size(); ++i)
-    if (std::memcmp(&a[i], &b[i], sizeof(double)) != 0 && !(std::isnan(a[i]) && std::isnan(b[i]))) return false;
+    if (std::memcmp(&a[i], &b[i], sizeof(double)) != 0 && !(std::isnan(a[i]) && std::isnan(b[i])))
+      return false;
   return true;
 }
 
@@ -460,6 +549,7 @@ bool sameAudio(const std::vector<double>& a, const std::vector<double>& b) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::vector<double> fast = Session(data, size, veltrax::Engine::fast).run();
   if (size > 0 && (data[0] & 8))
-    check(sameAudio(fast, Session(data, size, veltrax::Engine::plain).run()), "plain and fast engines differ");
+    check(sameAudio(fast, Session(data, size, veltrax::Engine::plain).run()),
+          "plain and fast engines differ");
   return 0;
 }

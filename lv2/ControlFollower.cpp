@@ -6,7 +6,8 @@
 namespace veltrax::lv2 {
 
 void ControlFollower::connect(uint32_t port, const float* location) {
-  if (port >= kFirstControlPort && port < kFirstControlPort + kControlPortCount) ports_[port - kFirstControlPort] = location;
+  if (port >= kFirstControlPort && port < kFirstControlPort + kControlPortCount)
+    ports_[port - kFirstControlPort] = location;
 }
 
 void ControlFollower::syncFrom(const HostedEffect& effect) {

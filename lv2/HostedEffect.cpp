@@ -24,7 +24,8 @@ std::unique_ptr<HostedEffect> HostedEffect::create(float sampleRate, int32_t res
   if (record == nullptr || record->magic != kEffectMagic) return nullptr;
 
   std::unique_ptr<HostedEffect> hosted(new HostedEffect(record));  // closes on every failure below
-  if (record->processDoubleReplacing == nullptr || (record->flags & effFlagsCanDoubleReplacing) == 0)
+  if (record->processDoubleReplacing == nullptr ||
+      (record->flags & effFlagsCanDoubleReplacing) == 0)
     return nullptr;
   hosted->dispatch(effOpen);
   hosted->dispatch(effSetSampleRate, 0, 0, nullptr, sampleRate);
@@ -44,9 +45,7 @@ void HostedEffect::resume() { dispatch(effMainsChanged, 0, 1); }
 
 void HostedEffect::suspend() { dispatch(effMainsChanged, 0, 0); }
 
-float HostedEffect::parameter(int32_t index) const {
-  return effect_->getParameter(effect_, index);
-}
+float HostedEffect::parameter(int32_t index) const { return effect_->getParameter(effect_, index); }
 
 void HostedEffect::setParameter(int32_t index, float value) {
   effect_->setParameter(effect_, index, value);

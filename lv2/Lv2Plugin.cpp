@@ -22,8 +22,8 @@
 
 #include "lv2/BlockScratch.h"
 #include "lv2/ControlFollower.h"
-#include "lv2/HostFeatures.h"
 #include "lv2/ControlMapping.h"
+#include "lv2/HostFeatures.h"
 #include "lv2/HostedEffect.h"
 #include "lv2/LevelTrim.h"
 #include "lv2/PluginIdentity.h"
@@ -70,11 +70,21 @@ LV2_Handle instantiate(const LV2_Descriptor*, double sampleRate, const char*,
 void connectPort(LV2_Handle handle, uint32_t port, void* location) {
   auto* plugin = static_cast<Plugin*>(handle);
   switch (port) {
-    case kPortIn: plugin->in = static_cast<const float*>(location); break;
-    case kPortOut: plugin->out = static_cast<float*>(location); break;
-    case kPortInputTrim: plugin->inputTrim.connect(static_cast<const float*>(location)); break;
-    case kPortOutputTrim: plugin->outputTrim.connect(static_cast<const float*>(location)); break;
-    default: plugin->controls.connect(port, static_cast<const float*>(location)); break;
+    case kPortIn:
+      plugin->in = static_cast<const float*>(location);
+      break;
+    case kPortOut:
+      plugin->out = static_cast<float*>(location);
+      break;
+    case kPortInputTrim:
+      plugin->inputTrim.connect(static_cast<const float*>(location));
+      break;
+    case kPortOutputTrim:
+      plugin->outputTrim.connect(static_cast<const float*>(location));
+      break;
+    default:
+      plugin->controls.connect(port, static_cast<const float*>(location));
+      break;
   }
 }
 

@@ -7,12 +7,12 @@
 namespace veltrax::lv2 {
 
 enum Port : uint32_t {
-  kPortIn = 0,       // audio input, float
-  kPortOut = 1,      // audio output, float
-  kPortEnabled = 2,  // "On/Off", toggled, lv2:enabled
-  kPortVolume = 3,   // dial 0..10
-  kPortTone = 4,     // dial 0..10
-  kPortSustain = 5,  // dial 0..10
+  kPortIn = 0,          // audio input, float
+  kPortOut = 1,         // audio output, float
+  kPortEnabled = 2,     // "On/Off", toggled, lv2:enabled
+  kPortVolume = 3,      // dial 0..10
+  kPortTone = 4,        // dial 0..10
+  kPortSustain = 5,     // dial 0..10
   kPortInputTrim = 6,   // dB, before the effect
   kPortOutputTrim = 7,  // dB, after the effect
   kPortCount = 8,
@@ -29,7 +29,7 @@ constexpr int32_t parameterOfPort(uint32_t port) {
   return static_cast<int32_t>(port - kFirstControlPort);
 }
 
-inline constexpr const char* kPortSymbols[kPortCount] = {
-    "in", "out", "enabled", "volume", "tone", "sustain", "input", "output"};
+inline constexpr const char* kPortSymbols[kPortCount] = {"in",   "out",     "enabled", "volume",
+                                                         "tone", "sustain", "input",   "output"};
 
 }  // namespace veltrax::lv2

@@ -9,8 +9,8 @@
 namespace veltrax {
 
 struct NamedPreset {
-  std::string_view name;         // command-line / URI-safe identifier
-  std::string_view label;        // human-readable name
+  std::string_view name;   // command-line / URI-safe identifier
+  std::string_view label;  // human-readable name
   float sustain;
   float tone;
   float volume;

@@ -50,18 +50,33 @@ void automate(const Instance& fx, int step) {
   char text[kProgramNameBufferSize];
   const float value = static_cast<float>(step % 11) / 10.0f;
   switch (step % 8) {
-    case 0: fx.setParameter(1, value); break;             // volume ramp
-    case 1: fx.setParameter(2, value); break;             // tone glide
-    case 2: fx.setParameter(3, value); break;             // sustain ramp
-    case 3: fx.setParameter(0, step % 16 < 8 ? 0.0f : 1.0f); break;  // On/Off fade
-    case 4: fx.setProgramLong(step % 16); break;
-    case 5: fx.dispatch(effSetProgram, 0, step % 16); break;
+    case 0:
+      fx.setParameter(1, value);
+      break;  // volume ramp
+    case 1:
+      fx.setParameter(2, value);
+      break;  // tone glide
+    case 2:
+      fx.setParameter(3, value);
+      break;  // sustain ramp
+    case 3:
+      fx.setParameter(0, step % 16 < 8 ? 0.0f : 1.0f);
+      break;  // On/Off fade
+    case 4:
+      fx.setProgramLong(step % 16);
+      break;
+    case 5:
+      fx.dispatch(effSetProgram, 0, step % 16);
+      break;
     case 6:
       fx.getParameter(step % 4);
       fx.dispatch(effGetParamDisplay, step % 4, 0, text);
-      callVirtualSlot<void, int32_t, float, char*>(fx.object(), kSlotGetParameterDisplayOf, step % 4, value, text);
+      callVirtualSlot<void, int32_t, float, char*>(fx.object(), kSlotGetParameterDisplayOf,
+                                                   step % 4, value, text);
       break;
-    default: fx.dispatch(effGetProgramName, 0, 0, text); break;
+    default:
+      fx.dispatch(effGetProgramName, 0, 0, text);
+      break;
   }
 }
 
@@ -99,14 +114,25 @@ TEST_F(AllocationAudit, OnlyLongerBlocksAndRateChangesAllocate) {
       {"block before any rate", [&] { block(fx, 256); }, false, true},
       {"first rate", [&] { fx.setSampleRate(44100.0f); }, true, false},
       {"same rate again", [&] { fx.setSampleRate(44100.0f); }, false, true},
-      {"invalid rates", [&] { fx.setSampleRate(0.0f), fx.setSampleRate(-1.0f), fx.setSampleRate(62.4f), fx.setSampleRate(3e9f); }, false, true},
+      {"invalid rates",
+       [&] {
+         fx.setSampleRate(0.0f), fx.setSampleRate(-1.0f), fx.setSampleRate(62.4f),
+             fx.setSampleRate(3e9f);
+       },
+       false, true},
       {"first block", [&] { block(fx, 256); }, true, false},
       {"same length", [&] { block(fx, 256); }, false, true},
       {"shorter block", [&] { block(fx, 100); }, false, true},
       {"longer block", [&] { block(fx, kLongest); }, true, true},
-      {"every length up to the longest", [&] { for (int32_t n = 1; n <= kLongest; n += 97) block(fx, n); }, false, true},
-      {"empty and negative blocks", [&] { block(fx, 0), block(fx, -1), block(fx, -5); }, false, true},
-      {"single-precision block", [&] { fx.record()->processReplacing(fx.record(), &singles, &singles, 8); }, false, true},
+      {"every length up to the longest",
+       [&] {
+         for (int32_t n = 1; n <= kLongest; n += 97) block(fx, n);
+       },
+       false, true},
+      {"empty and negative blocks", [&] { block(fx, 0), block(fx, -1), block(fx, -5); }, false,
+       true},
+      {"single-precision block",
+       [&] { fx.record()->processReplacing(fx.record(), &singles, &singles, 8); }, false, true},
       {"rate change", [&] { fx.setSampleRate(96000.0f); }, true, true},
       {"first block after the rate change", [&] { block(fx, kLongest); }, false, true},
       {"rate change back", [&] { fx.setSampleRate(44100.0f); }, true, true},

@@ -49,7 +49,8 @@ class BadInputTest : public testing::Test {
 TEST_F(BadInputTest, UnusableInputsAndSettings) {
   std::ofstream(dir.file("notes.txt")) << "not audio at all\n";
   ::mkdir(dir.file("folder.wav").c_str(), 0755);
-  writeAudio(dir.file("slow.wav"), {testSignal(800, 110.0, 800, 0.3)}, 800, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+  writeAudio(dir.file("slow.wav"), {testSignal(800, 110.0, 800, 0.3)}, 800,
+             SF_FORMAT_WAV | SF_FORMAT_PCM_16);
   const std::vector<std::string> extra{"folder.wav", "in.wav", "notes.txt", "slow.wav"};
   const struct {
     std::vector<std::string> args;
@@ -93,7 +94,8 @@ TEST_F(BadInputTest, OutputThatIsTheInputIsRefusedThroughAnyName) {
   ASSERT_EQ(::symlink(in.c_str(), dir.file("soft.wav").c_str()), 0);
   ASSERT_EQ(::link(in.c_str(), dir.file("hard.wav").c_str()), 0);
   const std::vector<std::string> entries{"hard.wav", "in.wav", "soft.wav"};
-  for (const std::string& target : {in, dir.file("./in.wav"), dir.file("soft.wav"), dir.file("hard.wav")}) {
+  for (const std::string& target :
+       {in, dir.file("./in.wav"), dir.file("soft.wav"), dir.file("hard.wav")}) {
     SCOPED_TRACE(target);
     expectRefused({"render", in, target, "--force"}, 1, "is the input file", entries);
   }
@@ -125,7 +127,8 @@ TEST_F(BadInputTest, FullDiskLeavesTheOldOutputAndNoTemporaryFile) {
 TEST_F(BadInputTest, InterruptedRenderLeavesNoTemporaryFile) {
   // Long enough, in one-sample blocks, to be caught while writing even when
   // the test itself is descheduled for a while (several seconds of work).
-  writeAudio(in, {testSignal(240 * 44100, 110.0, 44100, 0.3)}, 44100, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+  writeAudio(in, {testSignal(240 * 44100, 110.0, 44100, 0.3)}, 44100,
+             SF_FORMAT_WAV | SF_FORMAT_FLOAT);
   std::ofstream(out) << "keep me";
   cli_test::RunningCli render({"render", in, out, "--force", "--block", "1"});
   bool writing = false;

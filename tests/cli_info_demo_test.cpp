@@ -21,8 +21,8 @@ TEST(CliInfo, ReportsTheIdentityReadThroughTheInterface) {
   for (const char* expected :
        {"effect name   VELTRAX", "product       VELTRAX", "vendor ver.   1000",
         "unique ID     'MJCM' (0x4D4A434D)", "category      1 (effect)", "1 in, 1 out",
-        "double replacing", "getinterface yes, QTypeIF yes", "programs      16, current 0 \"Init 1\"",
-        "header version 1"})
+        "double replacing", "getinterface yes, QTypeIF yes",
+        "programs      16, current 0 \"Init 1\"", "header version 1"})
     EXPECT_THAT(run.out, HasSubstr(expected));
   EXPECT_THAT(run.out, ContainsRegex("0 +On/Off +1\\.000 +on +- +switch"));
   // Program names as the module answers each query: as the current program
@@ -30,7 +30,8 @@ TEST(CliInfo, ReportsTheIdentityReadThroughTheInterface) {
   for (const char* expected : {"0 \"Init 1\" / \"Init\"", "15 \"Init 16\" / \"Init\""})
     EXPECT_THAT(run.out, HasSubstr(expected));
   for (const char* name : {"volume", "tone", "sustain"})
-    EXPECT_THAT(run.out, ContainsRegex(std::string("[1-3] +") + name + " +0\\.500 +5\\.00 +- +float step 0\\.01"));
+    EXPECT_THAT(run.out, ContainsRegex(std::string("[1-3] +") + name +
+                                       " +0\\.500 +5\\.00 +- +float step 0\\.01"));
 }
 
 TEST(CliInfo, ModuleComesFromOptionBeforeEnvironment) {
@@ -43,7 +44,8 @@ TEST(CliInfo, ModuleComesFromOptionBeforeEnvironment) {
 TEST(CliHelp, ExplainsTheCommandsAndListsThePresets) {
   const auto top = runCli({"--help"});
   EXPECT_EQ(top.exitCode, 0);
-  for (const char* command : {"render", "demo", "info", "plot"}) EXPECT_THAT(top.out, HasSubstr(command));
+  for (const char* command : {"render", "demo", "info", "plot"})
+    EXPECT_THAT(top.out, HasSubstr(command));
   const auto render = runCli({"render", "--help"});
   EXPECT_EQ(render.exitCode, 0);
   for (const char* preset : kPresets) EXPECT_THAT(render.out, HasSubstr(preset));

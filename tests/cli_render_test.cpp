@@ -27,7 +27,8 @@ constexpr size_t kFrames = 30000;  // not a multiple of any block length used
 class RenderTest : public testing::Test {
  protected:
   void SetUp() override {
-    writeAudio(in, {testSignal(kFrames, 110.0, kRate, 0.3)}, kRate, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+    writeAudio(in, {testSignal(kFrames, 110.0, kRate, 0.3)}, kRate,
+               SF_FORMAT_WAV | SF_FORMAT_FLOAT);
   }
   ScratchDir dir;
   std::string in = dir.file("in.wav");
@@ -53,13 +54,15 @@ TEST_F(RenderTest, KeepsLengthChannelsRateAndSampleTypeAndChangesTheSound) {
 
 TEST_F(RenderTest, OffPassesTheInputThroughBitForBit) {
   for (const char* block : {"512", "1", "4097"}) {
-    const auto run = runCli({"render", in, out, "--off", "--preset", "doom", "--block", block, "--force"});
+    const auto run =
+        runCli({"render", in, out, "--off", "--preset", "doom", "--block", block, "--force"});
     ASSERT_EQ(run.exitCode, 0) << run.err;
     EXPECT_EQ(readAudio(out).channels, readAudio(in).channels) << "block " << block;
   }
   // PCM in, PCM out: the same integers come back.
   const std::string pcm = dir.file("pcm.wav"), pcmOut = dir.file("pcm-out.wav");
-  writeAudio(pcm, {testSignal(kFrames, 220.0, kRate, 0.5)}, kRate, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+  writeAudio(pcm, {testSignal(kFrames, 220.0, kRate, 0.5)}, kRate,
+             SF_FORMAT_WAV | SF_FORMAT_PCM_16);
   ASSERT_EQ(runCli({"render", pcm, pcmOut, "--off"}).exitCode, 0);
   const Audio result = readAudio(pcmOut);
   EXPECT_EQ(result.info.format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
@@ -70,15 +73,18 @@ TEST_F(RenderTest, KnobsAgreeAcrossScalesAndPresets) {
   // Doom is sustain 1.0, tone 0.15, volume 0.89.
   const std::string a = dir.file("a.wav"), b = dir.file("b.wav"), c = dir.file("c.wav");
   ASSERT_EQ(runCli({"render", in, a, "--preset", "doom"}).exitCode, 0);
-  ASSERT_EQ(runCli({"render", in, b, "--sustain", "1", "--tone", "0.15", "--volume", "0.89"}).exitCode, 0);
-  ASSERT_EQ(runCli({"render", in, c, "--scale", "10", "--sustain", "10", "--tone", "1.5", "--volume",
-                    "8.9"})
+  ASSERT_EQ(
+      runCli({"render", in, b, "--sustain", "1", "--tone", "0.15", "--volume", "0.89"}).exitCode,
+      0);
+  ASSERT_EQ(runCli({"render", in, c, "--scale", "10", "--sustain", "10", "--tone", "1.5",
+                    "--volume", "8.9"})
                 .exitCode,
             0);
   EXPECT_EQ(readAudio(a).channels, readAudio(b).channels);
   EXPECT_EQ(readAudio(a).channels, readAudio(c).channels);
   // An explicit knob overrides the preset's.
-  ASSERT_EQ(runCli({"render", in, b, "--preset", "doom", "--volume", "0.2", "--force"}).exitCode, 0);
+  ASSERT_EQ(runCli({"render", in, b, "--preset", "doom", "--volume", "0.2", "--force"}).exitCode,
+            0);
   EXPECT_NE(readAudio(a).channels, readAudio(b).channels);
 }
 
@@ -110,8 +116,9 @@ TEST_F(RenderTest, LossyFormatsInAndOut) {
   const std::string in48 = dir.file("in48.wav");
   writeAudio(in48, {testSignal(24000, 110.0, 48000, 0.3)}, 48000, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
   const std::string help = runCli({"render", "--help"}).out;
-  for (const auto& [name, format] : {std::pair{"out.mp3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III},
-                                     std::pair{"out.opus", SF_FORMAT_OGG | SF_FORMAT_OPUS}}) {
+  for (const auto& [name, format] :
+       {std::pair{"out.mp3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III},
+        std::pair{"out.opus", SF_FORMAT_OGG | SF_FORMAT_OPUS}}) {
     SF_INFO probe{};
     probe.format = format;
     probe.channels = 1;
@@ -128,7 +135,8 @@ TEST_F(RenderTest, LossyFormatsInAndOut) {
     EXPECT_EQ(result.info.samplerate, 48000) << name;
   }
   const std::string vorbis = dir.file("in.ogg");
-  writeAudio(vorbis, {testSignal(24000, 110.0, 48000, 0.3)}, 48000, SF_FORMAT_OGG | SF_FORMAT_VORBIS);
+  writeAudio(vorbis, {testSignal(24000, 110.0, 48000, 0.3)}, 48000,
+             SF_FORMAT_OGG | SF_FORMAT_VORBIS);
   const auto run = runCli({"render", vorbis, out});
   ASSERT_EQ(run.exitCode, 0) << run.err;
   EXPECT_EQ(readAudio(out).info.format, SF_FORMAT_WAV | SF_FORMAT_PCM_24);
@@ -142,7 +150,9 @@ TEST_F(RenderTest, LossyFormatsInAndOut) {
 TEST_F(RenderTest, TrimsAndNormalizeSetTheLevel) {
   const std::string plain = dir.file("plain.wav"), trimmed = dir.file("trimmed.wav");
   ASSERT_EQ(runCli({"render", in, plain, "--preset", "classic-fuzz"}).exitCode, 0);
-  ASSERT_EQ(runCli({"render", in, trimmed, "--preset", "classic-fuzz", "--output-gain", "-6"}).exitCode, 0);
+  ASSERT_EQ(
+      runCli({"render", in, trimmed, "--preset", "classic-fuzz", "--output-gain", "-6"}).exitCode,
+      0);
   const auto y = readAudio(plain).channels[0], quieter = readAudio(trimmed).channels[0];
   ASSERT_EQ(quieter.size(), y.size());
   for (size_t i = 0; i < y.size(); ++i)
@@ -161,7 +171,9 @@ TEST_F(RenderTest, TrimsAndNormalizeSetTheLevel) {
   // The input trim acts before the saturating pedal: 40 dB less input is
   // far less than 40 dB less output.
   const std::string softer = dir.file("softer.wav");
-  ASSERT_EQ(runCli({"render", in, softer, "--preset", "classic-fuzz", "--input-gain", "-40"}).exitCode, 0);
+  ASSERT_EQ(
+      runCli({"render", in, softer, "--preset", "classic-fuzz", "--input-gain", "-40"}).exitCode,
+      0);
   const double drop = 20.0 * std::log10(rms(y) / rms(readAudio(softer).channels[0]));
   EXPECT_GT(drop, 1.0);
   EXPECT_LT(drop, 20.0);
@@ -188,9 +200,11 @@ TEST_F(RenderTest, TrimsAndNormalizeSetTheLevel) {
 // block's ramps do.
 TEST_F(RenderTest, PrerollMakesTheOutputIndependentOfTheBlockLength) {
   std::vector<std::vector<double>> renders;
-  for (const std::vector<std::string>& extra :
-       {std::vector<std::string>{"--block", "64"}, {"--block", "512"}, {"--block", "4097"},
-        {"--block", "64", "--no-preroll"}, {"--block", "512", "--no-preroll"}}) {
+  for (const std::vector<std::string>& extra : {std::vector<std::string>{"--block", "64"},
+                                                {"--block", "512"},
+                                                {"--block", "4097"},
+                                                {"--block", "64", "--no-preroll"},
+                                                {"--block", "512", "--no-preroll"}}) {
     std::vector<std::string> args{"render", in, out, "--force", "--preset", "doom"};
     args.insert(args.end(), extra.begin(), extra.end());
     ASSERT_EQ(runCli(args).exitCode, 0);
@@ -217,7 +231,8 @@ TEST_F(RenderTest, StandardInputAndOutput) {
 
   // Headerless audio: written with --format raw, read back only with its
   // layout spelled out.
-  const auto raw = runCli({"render", in, "-", "--format", "raw", "--subtype", "float", "--preset", "doom"});
+  const auto raw =
+      runCli({"render", in, "-", "--format", "raw", "--subtype", "float", "--preset", "doom"});
   ASSERT_EQ(raw.exitCode, 0) << raw.err;
   ASSERT_EQ(raw.out.size(), kFrames * sizeof(float));
   const std::string rawFile = dir.file("doom.raw"), back = dir.file("back.wav");
@@ -226,7 +241,8 @@ TEST_F(RenderTest, StandardInputAndOutput) {
   const auto unknown = runCli({"render", "-", back}, piped);
   EXPECT_EQ(unknown.exitCode, 1);
   EXPECT_THAT(unknown.err, HasSubstr("--raw-input"));
-  ASSERT_EQ(runCli({"render", "-", back, "--raw-input", "44100:1:float", "--off"}, piped).exitCode, 0);
+  ASSERT_EQ(runCli({"render", "-", back, "--raw-input", "44100:1:float", "--off"}, piped).exitCode,
+            0);
   EXPECT_EQ(readAudio(back).channels, readAudio(out).channels);
 }
 
@@ -237,7 +253,8 @@ TEST_F(RenderTest, StandardInputAndOutput) {
 TEST(RenderVoicing, A96kHzFileVoicedAt48kHzSoundsLikeThe48kHzRender) {
   ScratchDir dir;
   const auto render = [&](int rate, const std::vector<std::string>& extra) {
-    const std::string in = dir.file("in" + std::to_string(rate) + ".wav"), out = dir.file("out.wav");
+    const std::string in = dir.file("in" + std::to_string(rate) + ".wav"),
+                      out = dir.file("out.wav");
     writeAudio(in, {testSignal(static_cast<size_t>(rate), 110.0, rate, 0.5)}, rate,
                SF_FORMAT_WAV | SF_FORMAT_FLOAT);
     std::vector<std::string> args{"render", in, out, "--force", "--preset", "bright-lead"};
@@ -266,7 +283,8 @@ TEST(RenderVoicing, A96kHzFileVoicedAt48kHzSoundsLikeThe48kHzRender) {
   const auto plain = octaveBands(render(96000, {}), 96000);
   for (size_t b = 0; b < at48.size(); ++b)
     EXPECT_NEAR(voiced[b], at48[b], 0.1) << "octave from " << 110 * (1 << b) << " Hz";
-  EXPECT_GT(plain.back() - at48.back(), 6.0) << "the plain 96 kHz render must differ to be told apart";
+  EXPECT_GT(plain.back() - at48.back(), 6.0)
+      << "the plain 96 kHz render must differ to be told apart";
 }
 
 TEST_F(RenderTest, StereoChannelsRunThroughIndependentInstances) {

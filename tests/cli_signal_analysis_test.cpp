@@ -52,7 +52,8 @@ double measuredPeriod(const std::vector<double>& signal, double expected) {
   };
   size_t best = 0;
   double bestValue = -1e300;
-  for (auto lag = static_cast<size_t>(0.4 * expected); lag <= static_cast<size_t>(1.5 * expected); ++lag)
+  for (auto lag = static_cast<size_t>(0.4 * expected); lag <= static_cast<size_t>(1.5 * expected);
+       ++lag)
     if (const double value = correlation(lag); value > bestValue) best = lag, bestValue = value;
   const double a = correlation(best - 1), b = bestValue, c = correlation(best + 1);
   return static_cast<double>(best) + 0.5 * (a - c) / (a - 2.0 * b + c);
@@ -68,7 +69,8 @@ TEST(PluckedString, RingsAtItsPitchAndDecays) {
     for (double& sample : out) sample = string.next();
     EXPECT_NEAR(measuredPeriod(out, rate / frequency) * frequency / rate, 1.0, 0.004)
         << frequency << " Hz";  // within 7 cents
-    EXPECT_LT(peakOf(out.data() + 12000, 4000), 0.7 * peakOf(out.data(), 4000)) << frequency << " Hz";
+    EXPECT_LT(peakOf(out.data() + 12000, 4000), 0.7 * peakOf(out.data(), 4000))
+        << frequency << " Hz";
   }
 }
 
@@ -80,7 +82,8 @@ TEST(DemoRiff, IsDeterministicAtItsLevelAndPlaysThroughout) {
   // Every half second of the eight played seconds has notes in it.
   const auto half = static_cast<size_t>(kDemoSampleRate / 2);
   for (size_t start = 0; start + half <= 16 * half; start += half)
-    EXPECT_GT(toDb(rmsOf(riff.data() + start, half)), -50.0) << "at " << start / kDemoSampleRate << " s";
+    EXPECT_GT(toDb(rmsOf(riff.data() + start, half)), -50.0)
+        << "at " << start / kDemoSampleRate << " s";
 }
 
 }  // namespace

@@ -13,32 +13,50 @@ namespace {
 double magnitude(const IIRFilter& s, double f, double rate = 44100) {
   const std::complex<double> z = std::polar(1.0, -2.0 * M_PI * f / rate);
   if (!s.biquad) return std::abs(s.coef[0] / (1.0 - s.coef[2] * z));
-  return std::abs((s.coef[2] + s.coef[3] * z + s.coef[4] * z * z) / (1.0 - s.coef[0] * z - s.coef[1] * z * z));
+  return std::abs((s.coef[2] + s.coef[3] * z + s.coef[4] * z * z) /
+                  (1.0 - s.coef[0] * z - s.coef[1] * z * z));
 }
 
 }  // namespace
 
 TEST(FilterDesign, ReproducesReferenceDesigns) {
-  struct Case { filterPrm_tag prm; double b0, b1, b2, a1, a2; };
+  struct Case {
+    filterPrm_tag prm;
+    double b0, b1, b2, a1, a2;
+  };
   Case cases[] = {
-      {{10, 120, 0, 0, 1.4, 3, 44100}, 1.00250359, -1.987571958, 0.9853588983, -1.987571958, 0.987862488},
-      {{10, 2000, 0, 0, 1.4, -6, 44100}, 0.9167544123, -1.599034963, 0.7494706994, -1.599034963, 0.6662251117},
+      {{10, 120, 0, 0, 1.4, 3, 44100},
+       1.00250359,
+       -1.987571958,
+       0.9853588983,
+       -1.987571958,
+       0.987862488},
+      {{10, 2000, 0, 0, 1.4, -6, 44100},
+       0.9167544123,
+       -1.599034963,
+       0.7494706994,
+       -1.599034963,
+       0.6662251117},
       {{12, 20000, 0, 0, 1, -27.5, 44100}, 0.8771822757, 0.8663678752, 0, 0.7435501509, 0},
       {{1, 10, 0, 0, 1, 0, 44100}, 0.9992881277, -0.9992881277, 0, -0.9985762554, 0},
       {{0, 20000, 0, 0, 1, 0, 176400}, 0.2711682918, 0.2711682918, 0, -0.4576634165, 0},
-      {{13, 100, 0, 0, 1, 0, 44100}, 0.9858202786, 0, 0, -0.01417972144, 0},  // one-pole: p, -(1 - p)
+      {{13, 100, 0, 0, 1, 0, 44100}, 0.9858202786, 0, 0, -0.01417972144, 0},  // one-pole: p, -(1 -
+                                                                              // p)
   };
   for (Case& c : cases) {
     const IIRFilter s(&c.prm);
     const double got[5] = {s.coef[2], s.coef[3], s.coef[4], -s.coef[0], -s.coef[1]};
     const double want[5] = {c.b0, c.b1, c.b2, c.a1, c.a2};
-    for (int k = 0; k < 5; ++k) EXPECT_NEAR(got[k], want[k], 5e-10 * std::fabs(want[k])) << c.prm.num << "/" << k;
+    for (int k = 0; k < 5; ++k)
+      EXPECT_NEAR(got[k], want[k], 5e-10 * std::fabs(want[k])) << c.prm.num << "/" << k;
   }
   EXPECT_EQ(IIRFilter(&cases[0].prm).pi, 0x1.921FB54442D1Ap+1);  // bits 0x400921FB54442D1A
 }
 
 TEST(FilterDesign, SanitisesFrequencyAndQAndWritesThemBack) {
-  struct Case { double frq, q, cleanFrq, cleanQ; };
+  struct Case {
+    double frq, q, cleanFrq, cleanQ;
+  };
   for (const Case c : {Case{1000, 0, 1000, 1}, Case{1000, NAN, 1000, 1}, Case{0, 0.7, 20, 0.7},
                        Case{-5, -1, 20, 1}, Case{30000, 0.7, 22050, 0.7}}) {
     filterPrm_tag prm{6, c.frq, 0, 0, c.q, 0, 44100};
@@ -49,23 +67,37 @@ TEST(FilterDesign, SanitisesFrequencyAndQAndWritesThemBack) {
 
 TEST(FilterDesign, MagnitudeAtDcCornerAndNyquist) {
   const double boost = std::pow(10.0, 9.0 / 20), half = std::sqrt(0.5);
-  struct Case { int32_t num; double frq, gain, dc, atFrq, nyquist; };  // a negative value is not checked
-  const Case cases[] = {{0, 1000, 0, 1, half, 0}, {1, 1000, 0, 0, half, 1}, {2, 1000, 0, 1, half, 0},
-                        {3, 1000, 0, 0, half, 1}, {6, 1000, 0, 1, half, 0}, {7, 1000, 0, 0, half, 1},
-                        {8, 1000, 0, 0, 1, 0},    {9, 1000, 0, 1, 0, 1},    {10, 1000, 9, 1, boost, 1},
-                        {10, 1000, 0, 1, 1, 1},   {11, 1000, 9, boost, -1, 1},
+  struct Case {
+    int32_t num;
+    double frq, gain, dc, atFrq, nyquist;
+  };  // a negative value is not checked
+  const Case cases[] = {{0, 1000, 0, 1, half, 0},
+                        {1, 1000, 0, 0, half, 1},
+                        {2, 1000, 0, 1, half, 0},
+                        {3, 1000, 0, 0, half, 1},
+                        {6, 1000, 0, 1, half, 0},
+                        {7, 1000, 0, 0, half, 1},
+                        {8, 1000, 0, 0, 1, 0},
+                        {9, 1000, 0, 1, 0, 1},
+                        {10, 1000, 9, 1, boost, 1},
+                        {10, 1000, 0, 1, 1, 1},
+                        {11, 1000, 9, boost, -1, 1},
                         {12, 22000, -27, 1, -1, std::pow(10.0, -27.0 / 20)},
-                        {13, 1000, 0, 1, std::sqrt(0.5011872337), -1}, {-1, 1000, 0, 1, -1, -1}};
+                        {13, 1000, 0, 1, std::sqrt(0.5011872337), -1},
+                        {-1, 1000, 0, 1, -1, -1}};
   for (const Case& c : cases) {
     filterPrm_tag prm{c.num, c.frq, 0, 0, 1, c.gain, 44100};
     const IIRFilter s(&prm);
     EXPECT_EQ(s.biquad != 0, c.num >= 0 && c.num <= 12);
     const double f[3] = {0, c.frq, 22050}, want[3] = {c.dc, c.atFrq, c.nyquist};
-    for (int i = 0; i < 3; ++i) EXPECT_NEAR(want[i] < 0 ? -1 : magnitude(s, f[i]), want[i], 1e-9) << c.num << " at " << f[i];
+    for (int i = 0; i < 3; ++i)
+      EXPECT_NEAR(want[i] < 0 ? -1 : magnitude(s, f[i]), want[i], 1e-9) << c.num << " at " << f[i];
   }
-  filterPrm_tag flat{10, 3000, 0, 0, 0.7, 0.0, 44100};  // peaking at 0 dB: numerator equals denominator
+  filterPrm_tag flat{10,  3000, 0,    0,
+                     0.7, 0.0,  44100};  // peaking at 0 dB: numerator equals denominator
   const IIRFilter unity(&flat);
-  EXPECT_TRUE(unity.coef[2] == 1.0 && unity.coef[3] == -unity.coef[0] && unity.coef[4] == -unity.coef[1]);
+  EXPECT_TRUE(unity.coef[2] == 1.0 && unity.coef[3] == -unity.coef[0] &&
+              unity.coef[4] == -unity.coef[1]);
 }
 
 // The stage tables' sections at the lowest and highest rates a host may set
@@ -73,8 +105,11 @@ TEST(FilterDesign, MagnitudeAtDcCornerAndNyquist) {
 // at min(frq, rate/2) and keeps its landmarks; one clamped to exactly half
 // the rate leaves low-pass and high shelf practically transparent.
 TEST(FilterDesign, StageSectionsAtExtremeRatesHonourTheHalfRateLimit) {
-  struct Section { int32_t num; double frq, q, gain; };
-  const Section sections[] = {{12, 20000, 0.95, -27.5}, {1, 10, 1, 0},     {10, 120, 1.4, 3},
+  struct Section {
+    int32_t num;
+    double frq, q, gain;
+  };
+  const Section sections[] = {{12, 20000, 0.95, -27.5}, {1, 10, 1, 0},      {10, 120, 1.4, 3},
                               {0, 20000, 1, 0},         {12, 21000, 1, -3}, {1, 50, 1, 0},
                               {10, 1550, 0.8, -4.5},    {12, 12000, 1, 23}, {0, 265, 1, 0}};
   for (double rate : {62.5, 100.0, 250.0, 400.0, 500.0, 999.0, 3996.0, 2e6, 4e6, 8e6, 16e6}) {
@@ -83,9 +118,12 @@ TEST(FilterDesign, StageSectionsAtExtremeRatesHonourTheHalfRateLimit) {
       const IIRFilter s(&prm);
       const double nyquist = rate / 2, v = std::pow(10.0, c.gain / 20);
       ASSERT_EQ(prm.frq, std::min(c.frq, nyquist)) << c.num << " at " << rate;
-      for (double k : s.coef) ASSERT_TRUE(std::isfinite(k)) << c.num << "/" << c.frq << " at " << rate;
-      const double dc = magnitude(s, 0, rate), atFrq = magnitude(s, prm.frq, rate), top = magnitude(s, nyquist, rate);
-      const std::string where = std::to_string(c.num) + "/" + std::to_string(c.frq) + " at " + std::to_string(rate);
+      for (double k : s.coef)
+        ASSERT_TRUE(std::isfinite(k)) << c.num << "/" << c.frq << " at " << rate;
+      const double dc = magnitude(s, 0, rate), atFrq = magnitude(s, prm.frq, rate),
+                   top = magnitude(s, nyquist, rate);
+      const std::string where =
+          std::to_string(c.num) + "/" + std::to_string(c.frq) + " at " + std::to_string(rate);
       if (c.frq >= nyquist) {
         if (c.num == 0 || c.num == 12) {
           EXPECT_NEAR(magnitude(s, rate / 8, rate), 1.0, 1e-6) << where;
@@ -93,10 +131,22 @@ TEST(FilterDesign, StageSectionsAtExtremeRatesHonourTheHalfRateLimit) {
         continue;
       }
       switch (c.num) {
-        case 0: EXPECT_NEAR(dc, 1, 1e-9) << where; EXPECT_NEAR(atFrq, std::sqrt(0.5), 1e-6) << where; break;
-        case 1: EXPECT_NEAR(top, 1, 1e-9) << where; EXPECT_NEAR(atFrq, std::sqrt(0.5), 1e-6) << where; break;
-        case 10: EXPECT_NEAR(dc, 1, 1e-6) << where; EXPECT_NEAR(atFrq, v, 1e-6 * v) << where; break;
-        case 12: EXPECT_NEAR(dc, 1, 1e-9) << where; EXPECT_NEAR(top, v, 1e-6 * v) << where; break;
+        case 0:
+          EXPECT_NEAR(dc, 1, 1e-9) << where;
+          EXPECT_NEAR(atFrq, std::sqrt(0.5), 1e-6) << where;
+          break;
+        case 1:
+          EXPECT_NEAR(top, 1, 1e-9) << where;
+          EXPECT_NEAR(atFrq, std::sqrt(0.5), 1e-6) << where;
+          break;
+        case 10:
+          EXPECT_NEAR(dc, 1, 1e-6) << where;
+          EXPECT_NEAR(atFrq, v, 1e-6 * v) << where;
+          break;
+        case 12:
+          EXPECT_NEAR(dc, 1, 1e-9) << where;
+          EXPECT_NEAR(top, v, 1e-6 * v) << where;
+          break;
       }
     }
   }

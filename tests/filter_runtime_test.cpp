@@ -7,7 +7,9 @@
 
 namespace {
 
-filterPrm_tag rec(int32_t num, double frq, double gain = 0.0) { return {num, frq, 0.0, 0.0, 0.9, gain, 44100.0}; }
+filterPrm_tag rec(int32_t num, double frq, double gain = 0.0) {
+  return {num, frq, 0.0, 0.0, 0.9, gain, 44100.0};
+}
 
 std::vector<double> run(IIRFilter& s, bool gliding = false) {
   std::vector<double> out = {1.0, -0.5, 0.25, 0.8, -1.0, 0.0, 0.0, 0.3, 0.0, 0.0};

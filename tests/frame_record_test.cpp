@@ -37,7 +37,8 @@ TEST(FrameRecord, NewEffectPublishesTheDefaultRecord) {
 
 // Records what the entry points reach; with `throwing` every operation throws.
 struct EntryProbe : AudioEffectX {
-  EntryProbe(std::string& trace, bool throwing) : AudioEffectX(nullptr, 16, 4), trace(trace), throwing(throwing) {}
+  EntryProbe(std::string& trace, bool throwing)
+      : AudioEffectX(nullptr, 16, 4), trace(trace), throwing(throwing) {}
   ~EntryProbe() override { trace += "deleted"; }
   std::string& trace;
   bool throwing;
@@ -46,12 +47,26 @@ struct EntryProbe : AudioEffectX {
     if (throwing) throw std::runtime_error(what);
   }
   void close() override { enter("close"); }
-  void processReplacing(float**, float**, int32_t n) override { enter("float " + std::to_string(n)); }
-  void processDoubleReplacing(double**, double**, int32_t n) override { enter("double " + std::to_string(n)); }
-  void __processDeprecated(float**, float**, int32_t n) override { enter("accumulate " + std::to_string(n)); }
-  void setParameter(int32_t i, float v) override { enter("set " + std::to_string(i) + " " + std::to_string(v)); }
-  float getParameter(int32_t i) override { enter("get " + std::to_string(i)); return 0.5f; }
-  int32_t getVstVersion() override { enter("version"); return 2400; }
+  void processReplacing(float**, float**, int32_t n) override {
+    enter("float " + std::to_string(n));
+  }
+  void processDoubleReplacing(double**, double**, int32_t n) override {
+    enter("double " + std::to_string(n));
+  }
+  void __processDeprecated(float**, float**, int32_t n) override {
+    enter("accumulate " + std::to_string(n));
+  }
+  void setParameter(int32_t i, float v) override {
+    enter("set " + std::to_string(i) + " " + std::to_string(v));
+  }
+  float getParameter(int32_t i) override {
+    enter("get " + std::to_string(i));
+    return 0.5f;
+  }
+  int32_t getVstVersion() override {
+    enter("version");
+    return 2400;
+  }
 };
 
 // Each entry point reaches its operation; a throwing operation answers 0 at

@@ -233,7 +233,8 @@ TEST(FrameVtableSlots, EverySlotReachesItsOwnOperation) {
         << "slot " << s.slot;
   }
   EXPECT_EQ(expectedSlot, 164);
-  EXPECT_EQ(Probe(nullptr).getAeffect()->flags, effFlagsCanReplacing | effFlagsHasEditor);  // setEditor
+  EXPECT_EQ(Probe(nullptr).getAeffect()->flags,
+            effFlagsCanReplacing | effFlagsHasEditor);  // setEditor
 }
 
 // What a host wrapper makes of the host's answer a, read from what it made of

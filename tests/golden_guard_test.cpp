@@ -99,7 +99,8 @@ void expectSameOutputs(const Scenario& sc, bool alternate = false) {
 
   size_t pos = 0;
   for (int index = 0; pos < in.size(); ++index) {
-    const int n = static_cast<int>(std::min<size_t>(sc.blocks[index % sc.blocks.size()], in.size() - pos));
+    const int n =
+        static_cast<int>(std::min<size_t>(sc.blocks[index % sc.blocks.size()], in.size() - pos));
     if (sc.automation) {
       sc.automation(reference, index, rngReference);
       sc.automation(candidate, index, rngCandidate);
@@ -223,7 +224,12 @@ std::vector<Scenario> scenarios() {
       {"steady_48000_blocks_of_256", 48000.0f, {256}, 48000, nullptr, nullptr},
       {"steady_44100_mixed_blocks", 44100.0f, mixed, 40000, nullptr, nullptr},
       {"steady_96000_blocks_of_4096", 96000.0f, {4096}, 40000, nullptr, nullptr},
-      {"automation_every_block_48000", 48000.0f, {256, 100, 33}, 40000, everyKnobEveryBlock, nullptr},
+      {"automation_every_block_48000",
+       48000.0f,
+       {256, 100, 33},
+       40000,
+       everyKnobEveryBlock,
+       nullptr},
       {"automation_every_block_44100_mixed", 44100.0f, mixed, 40000, everyKnobEveryBlock, nullptr},
       {"tone_glides_across_blocks", 48000.0f, {64, 200, 17, 4096}, 40000, toneNowAndThen, nullptr},
       {"toggles_mid_fade", 44100.0f, {100, 301, 16}, 40000, toggles, nullptr},
@@ -248,9 +254,20 @@ std::vector<Scenario> scenarios() {
       {"infinities", 44100.0f, {64, 300}, 3000, toggles, overwrite(700, {kInf, -kInf})},
       {"huge_burst", 48000.0f, {256}, 3000, nullptr, overwrite(1000, {1e300, 1e300, -1e300})},
       {"one_knob_at_a_time", 48000.0f, {256, 64, 1000}, 40000, oneKnobAtATime, nullptr},
-      {"switched_off_extremes_in_place", 48000.0f, {256, 40}, 30000, switchedOff, finiteExtremes, true},
+      {"switched_off_extremes_in_place",
+       48000.0f,
+       {256, 40},
+       30000,
+       switchedOff,
+       finiteExtremes,
+       true},
       {"switched_off_nan", 44100.0f, {256}, 3000, switchedOff, overwrite(1200, {kNaN, -kInf})},
-      {"steady_stretches_between_fades", 48000.0f, {256, 700, 33}, 40000, rareToggles, finiteExtremes},
+      {"steady_stretches_between_fades",
+       48000.0f,
+       {256, 700, 33},
+       40000,
+       rareToggles,
+       finiteExtremes},
       {"steady_stretches_in_place", 44100.0f, {512, 64}, 40000, rareToggles, nullptr, true},
   };
 }
@@ -259,7 +276,8 @@ class GoldenGuard : public ::testing::TestWithParam<Scenario> {};
 
 TEST_P(GoldenGuard, FastEngineMatchesPlainValueForValue) {
   const auto kernels = kernelsToCheck();
-  if (kernels.empty()) GTEST_SKIP() << "no fast kernel on this processor: both engines run the plain loop";
+  if (kernels.empty())
+    GTEST_SKIP() << "no fast kernel on this processor: both engines run the plain loop";
   for (const fast::KernelChoice& kernel : kernels) {
     SCOPED_TRACE(kernel.name);
     ForcedKernel forced(kernel.run);
@@ -278,7 +296,9 @@ TEST_P(GoldenGuard, EnginesTakeTurnsSeamlessly) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Scenarios, GoldenGuard, ::testing::ValuesIn(scenarios()),
-                         [](const ::testing::TestParamInfo<Scenario>& info) { return info.param.name; });
+                         [](const ::testing::TestParamInfo<Scenario>& info) {
+                           return info.param.name;
+                         });
 
 // The guard would pass vacuously if the fast engine silently ran the plain
 // loop. A counting kernel stands in for the best one and must see every block
@@ -317,7 +337,7 @@ TEST(GoldenGuardCoverage, FastKernelRunsForOrdinaryBlocks) {
 // one of them must send the block to the plain loop.
 TEST(FastEngineConditions, PostCascadeWithoutZ2OnlyWhenNothingCanOverflow) {
   fast::ChainState designed{};
-  designed.post[0] = {{0.7, 0.0, 0.15, 0.15, 0.0}, 0.3, 0.0};    // low-pass
+  designed.post[0] = {{0.7, 0.0, 0.15, 0.15, 0.0}, 0.3, 0.0};      // low-pass
   designed.post[1] = {{-0.2, -0.0, 0.9, -0.1, 0.0}, -0.05, -0.0};  // shelf; -0 is a zero too
   ASSERT_TRUE(fast::postCascadeIsFirstOrder(designed));
 
@@ -328,7 +348,8 @@ TEST(FastEngineConditions, PostCascadeWithoutZ2OnlyWhenNothingCanOverflow) {
       {"second-order feedback", [](fast::PostSection& s) { s.coef[1] = 1e-12; }},
       {"second-order feed-forward", [](fast::PostSection& s) { s.coef[4] = -1e-12; }},
       {"z2 not a zero", [](fast::PostSection& s) { s.z2 = 1e-300; }},
-      {"pole outside the unit circle", [](fast::PostSection& s) { s.coef[0] = -1.0000000000000002; }},
+      {"pole outside the unit circle",
+       [](fast::PostSection& s) { s.coef[0] = -1.0000000000000002; }},
       {"huge feed-forward", [](fast::PostSection& s) { s.coef[2] = 1e7; }},
       {"huge state", [](fast::PostSection& s) { s.z1 = -1e7; }},
       {"NaN coefficient", [](fast::PostSection& s) { s.coef[3] = kNaN; }},

@@ -109,7 +109,8 @@ TEST_F(HostLibraryTest, ChannelBankMatchesOneInstancePerChannel) {
   std::vector<std::vector<double>> planar{tone(5000, 110.0, 0.3), tone(5000, 440.0, 0.01),
                                           tone(5000, 55.0, 0.8)};
   std::vector<std::vector<double>> expected;
-  for (const auto& channel : planar) expected.push_back(renderMono(module, knobs, 44100.0, 300, channel));
+  for (const auto& channel : planar)
+    expected.push_back(renderMono(module, knobs, 44100.0, 300, channel));
   ChannelBank bank(module, 3, 44100.0, 300, knobs);
   // Two calls, so instance state carries over between chunks as it must.
   std::vector<std::vector<double>> first(3), second(3);
@@ -130,7 +131,8 @@ TEST(HostLibraryFailures, NameTheModuleAndTheReason) {
               HasSubstr("cannot load module /nonexistent/veltrax.so: No such file"));
   EXPECT_THAT(failureOf([] { ModuleLibrary::open("/tmp"); }), HasSubstr("not a regular file"));
   auto refusing = ModuleLibrary::open(VELTRAX_REFUSING_MODULE_PATH);
-  EXPECT_THAT(failureOf([&] { EffectInstance::create(refusing); }), HasSubstr("created no instance"));
+  EXPECT_THAT(failureOf([&] { EffectInstance::create(refusing); }),
+              HasSubstr("created no instance"));
   EXPECT_THAT(failureOf([&] { EffectInstance::create(refusing, "QTypeIF"); }),
               HasSubstr("does not export QTypeIF"));
 }

@@ -84,7 +84,9 @@ TEST_P(Lv2MatchesModule, InPlaceAndWithoutHostFeatures) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Rates, Lv2MatchesModule, ::testing::Values(44100.0, 48000.0, 96000.0),
-                         [](const auto& info) { return std::to_string(static_cast<int>(info.param)); });
+                         [](const auto& info) {
+                           return std::to_string(static_cast<int>(info.param));
+                         });
 
 // Every preset sounds exactly like the module set to the knob values its
 // dials map to, and no two presets (nor a preset and the default knobs)
@@ -197,7 +199,8 @@ TEST(Lv2Trims, ScaleAroundTheEffectAndGlideWhenMoved) {
   auto plugin = lv2test::makeInstance(rate, block);
   ASSERT_NE(plugin, nullptr);
   plugin->activate();
-  const std::vector<float> out = lv2test::renderLv2(*plugin, std::vector<float>(frames, 0.25f), plan);
+  const std::vector<float> out =
+      lv2test::renderLv2(*plugin, std::vector<float>(frames, 0.25f), plan);
   const double target = std::pow(10.0, 12.0 / 20.0);
   const auto glide = static_cast<size_t>(std::lround(0.01 * rate));
   for (size_t k = 0; moveAt + k < frames; ++k) {
@@ -219,8 +222,8 @@ TEST(Lv2Defaults, TypicalDiLandsAtAUsableLevel) {
   auto plugin = lv2test::makeInstance(rate, 512);
   ASSERT_NE(plugin, nullptr);
   plugin->activate();
-  const double rmsDb =
-      20.0 * std::log10(lv2test::rms(lv2test::renderLv2(*plugin, di, lv2test::evenBlocks(di.size(), 512))));
+  const double rmsDb = 20.0 * std::log10(lv2test::rms(lv2test::renderLv2(
+                                  *plugin, di, lv2test::evenBlocks(di.size(), 512))));
   EXPECT_GE(rmsDb, -18.0);
   EXPECT_LE(rmsDb, -12.0);
 }
@@ -242,7 +245,8 @@ TEST(Lv2Activation, ReactivationForgetsThePast) {
   auto reused = lv2test::makeInstance(rate, 512);
   ASSERT_NE(reused, nullptr);
   reused->activate();
-  lv2test::renderLv2(*reused, lv2test::sine(440.0, 0.9, rate, 9000), lv2test::evenBlocks(9000, 128));
+  lv2test::renderLv2(*reused, lv2test::sine(440.0, 0.9, rate, 9000),
+                     lv2test::evenBlocks(9000, 128));
   reused->setControl("volume", 9.0f);
   reused->deactivate();
   reused->setControl("volume", veltrax::lv2::kVolumeDialDefault);

@@ -1,8 +1,8 @@
 // The bundle as a host sees it: identity, ports, features, presets and the
 // binary's exports, read through lilv from the build directory.
 #include <dlfcn.h>
-#include <sys/wait.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 
 #include <cmath>
 #include <map>
@@ -86,9 +86,12 @@ TEST(Lv2Bundle, PortsMatchTheLayoutTheBinaryUses) {
     bool isAudio, isInput;
     float minimum, maximum, def;
   } expected[] = {
-      {kPortIn, true, true, NAN, NAN, NAN},         {kPortOut, true, false, NAN, NAN, NAN},
-      {kPortEnabled, false, true, 0.0f, 1.0f, 1.0f}, {kPortVolume, false, true, 0.0f, 10.0f, 10.0f},
-      {kPortTone, false, true, 0.0f, 10.0f, 5.0f},   {kPortSustain, false, true, 0.0f, 10.0f, 5.0f},
+      {kPortIn, true, true, NAN, NAN, NAN},
+      {kPortOut, true, false, NAN, NAN, NAN},
+      {kPortEnabled, false, true, 0.0f, 1.0f, 1.0f},
+      {kPortVolume, false, true, 0.0f, 10.0f, 10.0f},
+      {kPortTone, false, true, 0.0f, 10.0f, 5.0f},
+      {kPortSustain, false, true, 0.0f, 10.0f, 5.0f},
       {kPortInputTrim, false, true, -24.0f, 24.0f, 0.0f},
       {kPortOutputTrim, false, true, -24.0f, 24.0f, 4.0f},
   };
@@ -117,8 +120,8 @@ TEST(Lv2Bundle, PortsMatchTheLayoutTheBinaryUses) {
     }
     lilv_nodes_free(units);
     // The code's defaults are the ones hosts read.
-    const float codeDefault = e.port == kPortEnabled  ? 1.0f
-                              : e.port == kPortVolume ? kVolumeDialDefault
+    const float codeDefault = e.port == kPortEnabled      ? 1.0f
+                              : e.port == kPortVolume     ? kVolumeDialDefault
                               : e.port == kPortInputTrim  ? kInputTrimDefaultDb
                               : e.port == kPortOutputTrim ? kOutputTrimDefaultDb
                                                           : kDialDefault;
@@ -152,9 +155,9 @@ TEST(Lv2Bundle, PresetsAreTheNamedSettings) {
 
     ASSERT_TRUE(instance->setControl("enabled", 0.0f));
     ASSERT_TRUE(instance->loadPreset(presetUri)) << presetUri;
-    for (const auto& [symbol, knob] : {std::pair{"sustain", preset.sustain},
-                                       std::pair{"tone", preset.tone},
-                                       std::pair{"volume", preset.volume}})
+    for (const auto& [symbol, knob] :
+         {std::pair{"sustain", preset.sustain}, std::pair{"tone", preset.tone},
+          std::pair{"volume", preset.volume}})
       EXPECT_LE(std::fabs(knobParameter(*instance->control(symbol)) - knob),
                 std::nextafter(knob, 2.0f) - knob)
           << preset.name << " " << symbol;

@@ -75,8 +75,8 @@ TEST(Lv2HostFeatures, MaxBlockLengthIsTakenOnlyFromAWellFormedInstanceOption) {
   const Case cases[] = {
       {"atom:Int", true, true, LV2_OPTIONS_INSTANCE, LV2_ATOM__Int, &kInt1024, 4, 1024, 1024},
       {"atom:Long", true, true, LV2_OPTIONS_INSTANCE, LV2_ATOM__Long, &kLong4096, 8, 4096, 4096},
-      {"no urid:map to read keys", false, true, LV2_OPTIONS_INSTANCE, LV2_ATOM__Int, &kInt1024, 4, 0,
-       kDefaultReserveFrames},
+      {"no urid:map to read keys", false, true, LV2_OPTIONS_INSTANCE, LV2_ATOM__Int, &kInt1024, 4,
+       0, kDefaultReserveFrames},
       {"options not offered", true, false, LV2_OPTIONS_INSTANCE, LV2_ATOM__Int, &kInt1024, 4, 0,
        kDefaultReserveFrames},
       {"wrong type", true, true, LV2_OPTIONS_INSTANCE, LV2_ATOM__Float, &kFloat512, 4, 0,
@@ -85,7 +85,8 @@ TEST(Lv2HostFeatures, MaxBlockLengthIsTakenOnlyFromAWellFormedInstanceOption) {
        kDefaultReserveFrames},
       {"port context", true, true, LV2_OPTIONS_PORT, LV2_ATOM__Int, &kInt1024, 4, 0,
        kDefaultReserveFrames},
-      {"zero", true, true, LV2_OPTIONS_INSTANCE, LV2_ATOM__Int, &kIntZero, 4, 0, kDefaultReserveFrames},
+      {"zero", true, true, LV2_OPTIONS_INSTANCE, LV2_ATOM__Int, &kIntZero, 4, 0,
+       kDefaultReserveFrames},
       {"negative", true, true, LV2_OPTIONS_INSTANCE, LV2_ATOM__Int, &kIntNegative, 4, 0,
        kDefaultReserveFrames},
       {"beyond the cap", true, true, LV2_OPTIONS_INSTANCE, LV2_ATOM__Int, &kIntHuge, 4, 1u << 30,
@@ -103,7 +104,8 @@ TEST(Lv2HostFeatures, MaxBlockLengthIsTakenOnlyFromAWellFormedInstanceOption) {
 
 TEST(Lv2HostFeatures, NoFeaturesAtAllMeansTheDefaultReserve) {
   const LV2_Feature* const none[] = {nullptr};
-  for (const LV2_Feature* const* features : {none, static_cast<const LV2_Feature* const*>(nullptr)}) {
+  for (const LV2_Feature* const* features :
+       {none, static_cast<const LV2_Feature* const*>(nullptr)}) {
     const HostBlockInfo info = scanHostFeatures(features);
     EXPECT_EQ(info.maxBlockLength, 0u);
     EXPECT_FALSE(info.boundedBlockLength);
@@ -130,7 +132,8 @@ TEST(Lv2ControlMapping, DialsAreClampedToZeroToTenAndDividedByTenTogglesAreOnAbo
       {kPortEnabled, -1.0f, 0.0f},
   };
   for (const Case& c : cases)
-    EXPECT_EQ(parameterForPort(c.port, c.reading), c.parameter) << kPortSymbols[c.port] << " " << c.reading;
+    EXPECT_EQ(parameterForPort(c.port, c.reading), c.parameter)
+        << kPortSymbols[c.port] << " " << c.reading;
   EXPECT_TRUE(std::isnan(parameterForPort(kPortTone, NAN)));
   EXPECT_TRUE(std::isnan(parameterForPort(kPortEnabled, NAN)));
 }

@@ -26,7 +26,8 @@ bool writeWav(const std::string& path, const std::vector<float>& samples, int ra
   info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
   SNDFILE* file = sf_open(path.c_str(), SFM_WRITE, &info);
   if (file == nullptr) return false;
-  const sf_count_t written = sf_writef_float(file, samples.data(), static_cast<sf_count_t>(samples.size()));
+  const sf_count_t written =
+      sf_writef_float(file, samples.data(), static_cast<sf_count_t>(samples.size()));
   sf_close(file);
   return written == static_cast<sf_count_t>(samples.size());
 }
@@ -48,8 +49,8 @@ TEST(Lv2Apply, RendersAWavThroughTheBundle) {
 
   const int rate = 48000;
   const std::vector<float> input = lv2test::guitarLike(rate, 12000);
-  const auto dir = std::filesystem::temp_directory_path() /
-                   ("veltrax-lv2apply-" + std::to_string(::getpid()));
+  const auto dir =
+      std::filesystem::temp_directory_path() / ("veltrax-lv2apply-" + std::to_string(::getpid()));
   std::filesystem::create_directories(dir);
   const std::string in = (dir / "in.wav").string(), out = (dir / "out.wav").string();
   ASSERT_TRUE(writeWav(in, input, rate));

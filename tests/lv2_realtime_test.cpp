@@ -73,8 +73,12 @@ std::vector<lv2test::Block> auditPlan(uint32_t reserve) {
   plan.push_back({reserve, {}});
   plan.push_back({1, {}});
   const std::vector<std::vector<lv2test::ControlChange>> moves = {
-      {{"tone", 8.0f}}, {{"sustain", 9.5f}, {"volume", 3.0f}}, {{"enabled", 0.0f}},
-      {{"tone", 1.0f}}, {{"enabled", 1.0f}},                   {{"volume", 10.0f}, {"tone", 6.0f}},
+      {{"tone", 8.0f}},
+      {{"sustain", 9.5f}, {"volume", 3.0f}},
+      {{"enabled", 0.0f}},
+      {{"tone", 1.0f}},
+      {{"enabled", 1.0f}},
+      {{"volume", 10.0f}, {"tone", 6.0f}},
       {{"input", 12.0f}, {"output", -6.0f}}};
   for (size_t m = 0; m < moves.size(); ++m) plan[(m * 11 + 3) % plan.size()].changes = moves[m];
   return plan;

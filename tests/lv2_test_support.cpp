@@ -24,7 +24,8 @@ Lv2World& world() {
   return instance;
 }
 
-std::unique_ptr<Lv2Instance> makeInstance(double rate, uint32_t maxBlockLength, bool offerFeatures) {
+std::unique_ptr<Lv2Instance> makeInstance(double rate, uint32_t maxBlockLength,
+                                          bool offerFeatures) {
   InstanceOptions options;
   options.sampleRate = rate;
   options.maxBlockLength = maxBlockLength;
@@ -92,8 +93,8 @@ uint32_t portOfSymbol(const std::string& symbol) {
 
 }  // namespace
 
-std::vector<float> renderModule(double rate, uint32_t maxBlockLength, const std::vector<float>& input,
-                                const std::vector<Block>& plan) {
+std::vector<float> renderModule(double rate, uint32_t maxBlockLength,
+                                const std::vector<float>& input, const std::vector<Block>& plan) {
   testhost::Instance effect(module());
   effect.dispatch(effOpen);
   effect.setSampleRate(static_cast<float>(rate));
@@ -103,7 +104,8 @@ std::vector<float> renderModule(double rate, uint32_t maxBlockLength, const std:
   effect.setParameter(lv2::parameterOfPort(lv2::kPortVolume),
                       lv2::knobParameter(lv2::kVolumeDialDefault));
   const auto gainOf = [](float db) { return std::pow(10.0, db / 20.0); };
-  double inputGain = gainOf(lv2::kInputTrimDefaultDb), outputGain = gainOf(lv2::kOutputTrimDefaultDb);
+  double inputGain = gainOf(lv2::kInputTrimDefaultDb),
+         outputGain = gainOf(lv2::kOutputTrimDefaultDb);
   std::vector<float> out(input.size());
   std::vector<double> buffer;
   size_t at = 0;
@@ -137,8 +139,8 @@ std::vector<float> guitarLike(double rate, size_t frames) {
   for (size_t i = 0; i < frames; ++i) {
     const double f = notes[(i / noteLength) % std::size(notes)];
     const double t = static_cast<double>(i % noteLength) / rate;
-    const double pluck = std::exp(-6.0 * t) * (std::sin(2.0 * M_PI * f * t) +
-                                                0.4 * std::sin(4.0 * M_PI * f * t));
+    const double pluck =
+        std::exp(-6.0 * t) * (std::sin(2.0 * M_PI * f * t) + 0.4 * std::sin(4.0 * M_PI * f * t));
     out[i] = static_cast<float>(0.3 * pluck + hiss[i]);
   }
   return out;

@@ -17,8 +17,8 @@ namespace lv2test {
 veltrax::lv2host::Lv2World& world();
 
 // A new instance of the plug-in; fails the test (and returns null) if none.
-std::unique_ptr<veltrax::lv2host::Lv2Instance> makeInstance(
-    double rate, uint32_t maxBlockLength, bool offerFeatures = true);
+std::unique_ptr<veltrax::lv2host::Lv2Instance> makeInstance(double rate, uint32_t maxBlockLength,
+                                                            bool offerFeatures = true);
 
 struct ControlChange {
   std::string symbol;
@@ -40,14 +40,15 @@ size_t totalFrames(const std::vector<Block>& plan);
 
 // Through an activated LV2 instance; with `inPlace` the host hands the plug-in
 // one buffer as both input and output.
-std::vector<float> renderLv2(veltrax::lv2host::Lv2Instance& instance, const std::vector<float>& input,
-                             const std::vector<Block>& plan, bool inPlace = false);
+std::vector<float> renderLv2(veltrax::lv2host::Lv2Instance& instance,
+                             const std::vector<float>& input, const std::vector<Block>& plan,
+                             bool inPlace = false);
 // Through the module: open, rate, block size, resume, the plug-in's port
 // defaults, then per block the parameter changes and one double-precision
 // process call between the input and output trim gains (10^(dB/20), changed
 // only before the first block).
-std::vector<float> renderModule(double rate, uint32_t maxBlockLength, const std::vector<float>& input,
-                                const std::vector<Block>& plan);
+std::vector<float> renderModule(double rate, uint32_t maxBlockLength,
+                                const std::vector<float>& input, const std::vector<Block>& plan);
 
 // Test signals, single precision like LV2 audio ports.
 std::vector<float> guitarLike(double rate, size_t frames);  // decaying notes over low noise

@@ -19,11 +19,14 @@ class EffectShell : public ::testing::Test {
   std::string display(int32_t index) const { return fx.text(effGetParamDisplay, index, 9); }
   std::string displayOf(int32_t index, float value) const {
     char text[9] = "unset";
-    callVirtualSlot<void, int32_t, float, char*>(fx.object(), kSlotGetParameterDisplayOf, index, value, text);
+    callVirtualSlot<void, int32_t, float, char*>(fx.object(), kSlotGetParameterDisplayOf, index,
+                                                 value, text);
     return text;
   }
   std::string programName() const { return fx.text(effGetProgramName, 0, 24); }
-  void rename(const char* name) const { fx.dispatch(effSetProgramName, 0, 0, const_cast<char*>(name)); }
+  void rename(const char* name) const {
+    fx.dispatch(effSetProgramName, 0, 0, const_cast<char*>(name));
+  }
   std::string indexedName(int32_t program, intptr_t* answer = nullptr) const {
     char text[24] = "unset";
     const intptr_t result = fx.dispatch(effGetProgramNameIndexed, program, -1, text);
@@ -45,7 +48,8 @@ TEST_F(EffectShell, IdentityAndFixedAnswers) {
   EXPECT_EQ(fx.dispatch(effGetPlugCategory), 1);
 
   // Names are padded with zeros up to the limit and terminated behind it.
-  for (auto [opcode, limit] : {std::pair{effGetEffectName, 32}, std::pair{effGetProductString, 64}}) {
+  for (auto [opcode, limit] :
+       {std::pair{effGetEffectName, 32}, std::pair{effGetProductString, 64}}) {
     std::vector<char> buffer(limit + 8, '\x7f');
     EXPECT_EQ(fx.dispatch(opcode, 0, 0, buffer.data()), 1);
     EXPECT_STREQ(buffer.data(), "VELTRAX");
@@ -77,10 +81,14 @@ TEST_F(EffectShell, ParameterNamesValuesAndDisplays) {
   EXPECT_EQ(display(0), "on");
   EXPECT_EQ(display(1), " 5.00");
 
-  struct Row { int32_t index; float value; const char* text; };
-  for (Row row : {Row{0, 1.0f, "on"}, Row{0, 0.999f, "off"}, Row{0, 0.5f, "off"}, Row{0, 0.0f, "off"},
-                  Row{1, 1.0f, " 10.00"}, Row{2, 0.0f, " 0.00"}, Row{3, 0.25f, " 2.50"},
-                  Row{3, -0.5f, "-5.00"}}) {
+  struct Row {
+    int32_t index;
+    float value;
+    const char* text;
+  };
+  for (Row row : {Row{0, 1.0f, "on"}, Row{0, 0.999f, "off"}, Row{0, 0.5f, "off"},
+                  Row{0, 0.0f, "off"}, Row{1, 1.0f, " 10.00"}, Row{2, 0.0f, " 0.00"},
+                  Row{3, 0.25f, " 2.50"}, Row{3, -0.5f, "-5.00"}}) {
     EXPECT_EQ(displayOf(row.index, row.value), row.text) << row.index << " " << row.value;
     fx.setParameter(row.index, row.value);
     EXPECT_EQ(display(row.index), row.text);
@@ -165,11 +173,11 @@ TEST_F(EffectShell, ProgramEditsSurviveSwitching) {
 }
 
 TEST_F(EffectShell, BaseProgramChangeKeepsValuesAndRedirectsEdits) {
-  fx.setParameter(3, 0.9f);                    // program 0 now has sustain 0.9
-  fx.dispatch(effSetProgram, 0, 7);            // the record's program change
+  fx.setParameter(3, 0.9f);          // program 0 now has sustain 0.9
+  fx.dispatch(effSetProgram, 0, 7);  // the record's program change
   EXPECT_EQ(fx.dispatch(effGetProgram), 7);
-  EXPECT_EQ(fx.getParameter(3), 0.9f);         // values stay as they were
-  fx.setParameter(1, 0.1f);                    // ...and edits go into program 7
+  EXPECT_EQ(fx.getParameter(3), 0.9f);  // values stay as they were
+  fx.setParameter(1, 0.1f);             // ...and edits go into program 7
   fx.setProgramLong(0);
   EXPECT_EQ(fx.getParameter(3), 0.9f);
   EXPECT_EQ(fx.getParameter(1), 0.5f);

@@ -19,9 +19,9 @@ namespace {
 
 // Common rates, odd ones a drifting clock reports, the lowest rate and far
 // beyond audio in both directions.
-const float kValidRates[] = {62.5f,     100.0f,    500.0f,    999.0f,    1000.0f,   8000.0f,
-                             11025.0f,  16000.0f,  22050.0f,  32000.0f,  44056.0f,  44100.0f,
-                             47999.9f,  48000.0f,  48000.5f,  88200.0f,  96000.0f,  176400.0f,
+const float kValidRates[] = {62.5f,     100.0f,    500.0f,     999.0f,     1000.0f,   8000.0f,
+                             11025.0f,  16000.0f,  22050.0f,   32000.0f,   44056.0f,  44100.0f,
+                             47999.9f,  48000.0f,  48000.5f,   88200.0f,   96000.0f,  176400.0f,
                              192000.0f, 384000.0f, 1536000.0f, 2000000.0f, 4000000.0f};
 
 const float kInvalidRates[] = {0.0f,
@@ -39,8 +39,10 @@ const float kInvalidRates[] = {0.0f,
                                std::numeric_limits<float>::quiet_NaN()};
 
 // Knob corners and a mid setting: {On/Off, volume, tone, sustain}.
-const float kKnobs[][4] = {{1.0f, 1.0f, 0.0f, 1.0f}, {1.0f, 1.0f, 1.0f, 1.0f},
-                           {1.0f, 0.0f, 1.0f, 0.0f}, {1.0f, 0.5f, 0.5f, 0.5f}};
+const float kKnobs[][4] = {{1.0f, 1.0f, 0.0f, 1.0f},
+                           {1.0f, 1.0f, 1.0f, 1.0f},
+                           {1.0f, 0.0f, 1.0f, 0.0f},
+                           {1.0f, 0.5f, 0.5f, 0.5f}};
 
 // Half a second (a tenth under a sanitizer or valgrind), but at most 2^18
 // samples (2^17), of a loud chord with noise and a click train on top.
@@ -61,7 +63,8 @@ void setKnobs(const Instance& fx, const float (&knobs)[4]) {
 }
 
 std::vector<double> processToggled(const Instance& fx, const std::vector<double>& in) {
-  std::vector<double> first(in.begin(), in.begin() + in.size() / 2), second(in.begin() + in.size() / 2, in.end());
+  std::vector<double> first(in.begin(), in.begin() + in.size() / 2),
+      second(in.begin() + in.size() / 2, in.end());
   auto out = fx.process(first, {1, 4096, 333});
   fx.setParameter(0, 0.0f);
   const auto rest = fx.process(second, {512});
@@ -94,8 +97,8 @@ TEST_F(SampleRateSweep, EveryValidRateBuildsAndProcessesFiniteBoundedOutput) {
       ASSERT_FALSE(identical(out, in)) << rate << " Hz: still passing audio through";
       for (size_t i = 0; i < out.size(); ++i)
         ASSERT_TRUE(std::isfinite(out[i]) && withinOutputBound(in[i], out[i]))
-            << rate << " Hz, knobs " << knobs[1] << "/" << knobs[2] << "/" << knobs[3] << ", sample " << i
-            << ": " << out[i];
+            << rate << " Hz, knobs " << knobs[1] << "/" << knobs[2] << "/" << knobs[3]
+            << ", sample " << i << ": " << out[i];
     }
   }
 }

@@ -79,7 +79,8 @@ TEST_F(SignalChain, ToggleBackInMidFadeKeepsThePosition) {
   fx->setParameter(0, 0.0f);  // back to off at fade position 300
   out = fx->process(tail, {128});
   const auto effect = effectPath->process(tail, {128});
-  for (int j = 300; j < n; ++j) ASSERT_TRUE(sameSamples(out[j - 300], effect[j - 300] * ((n - j) * step))) << j;
+  for (int j = 300; j < n; ++j)
+    ASSERT_TRUE(sameSamples(out[j - 300], effect[j - 300] * ((n - j) * step))) << j;
   for (int j = 0; j < n - 300; ++j) ASSERT_EQ(out[n - 300 + j], step * j) << j;
 }
 
@@ -103,7 +104,8 @@ TEST_F(SignalChain, InPlaceEqualsOutOfPlace) {
   auto in = noise(0.7, 2000, 11);
   const auto expected = a->process(in, {333});
   for (size_t done = 0; done < in.size(); done += 333)
-    b->processInPlace(in.data() + done, static_cast<int32_t>(std::min<size_t>(333, in.size() - done)));
+    b->processInPlace(in.data() + done,
+                      static_cast<int32_t>(std::min<size_t>(333, in.size() - done)));
   expectIdentical(in, expected);
 }
 
@@ -115,8 +117,9 @@ TEST_F(SignalChain, RateChangeStartsAfreshAndSameOrInvalidRatesChangeNothing) {
   auto changed = settled(kRate);
   changed->setSampleRate(48000.0f);
   changed->process(noise(0.3, 512, 99), {512});
-  for (float ignored : {48000.0f, 0.0f, -44100.0f, 62.4f, 2147483648.0f, std::numeric_limits<float>::quiet_NaN(),
-                        std::numeric_limits<float>::infinity()})
+  for (float ignored :
+       {48000.0f, 0.0f, -44100.0f, 62.4f, 2147483648.0f, std::numeric_limits<float>::quiet_NaN(),
+        std::numeric_limits<float>::infinity()})
     changed->setSampleRate(ignored);
   expectIdentical(changed->process(in, {256}), expected);
 }

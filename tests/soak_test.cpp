@@ -34,10 +34,17 @@ class SegmentedSignal {
     --remaining_;
     double x = 0.0;
     switch (kind_) {
-      case Kind::silence: break;
-      case Kind::sine: x = amplitude_ * std::sin(phase_); break;
-      case Kind::noise: x = amplitude_ * uniform_(rng_); break;
-      case Kind::pluck: x = amplitude_ * std::sin(phase_) + 0.1 * amplitude_ * uniform_(rng_); break;
+      case Kind::silence:
+        break;
+      case Kind::sine:
+        x = amplitude_ * std::sin(phase_);
+        break;
+      case Kind::noise:
+        x = amplitude_ * uniform_(rng_);
+        break;
+      case Kind::pluck:
+        x = amplitude_ * std::sin(phase_) + 0.1 * amplitude_ * uniform_(rng_);
+        break;
     }
     phase_ += increment_;
     if (phase_ > 2.0 * M_PI) phase_ -= 2.0 * M_PI;
@@ -183,8 +190,8 @@ TEST(Soak, AutomatedAudioStaysFiniteBoundedAndDeterministic) {
   EXPECT_EQ(first.nonFinite, 0);
   EXPECT_EQ(first.aboveBound, 0) << "effect path peak " << first.effectPeak;
   ASSERT_EQ(first.blockHashes.size(), second.blockHashes.size());
-  const auto mismatch = std::mismatch(first.blockHashes.begin(), first.blockHashes.end(),
-                                      second.blockHashes.begin());
+  const auto mismatch =
+      std::mismatch(first.blockHashes.begin(), first.blockHashes.end(), second.blockHashes.begin());
   EXPECT_TRUE(mismatch.first == first.blockHashes.end())
       << "outputs differ from block " << (mismatch.first - first.blockHashes.begin());
   RecordProperty("samples", std::to_string(first.samples));

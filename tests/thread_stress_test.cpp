@@ -68,18 +68,21 @@ struct ExpectedTexts {
     char text[kParamTextBufferSize];
     for (int32_t p = 0; p < 4; ++p) {
       for (int j = 0; j <= kSteps; ++j) {
-        callVirtualSlot<void, int32_t, float, char*>(quiet.object(), kSlotGetParameterDisplayOf, p, writtenValue(j), text);
+        callVirtualSlot<void, int32_t, float, char*>(quiet.object(), kSlotGetParameterDisplayOf, p,
+                                                     writtenValue(j), text);
         displays[p].insert(text);
       }
       names[p] = quiet.text(effGetParamName, p, kParamTextBufferSize);
     }
-    for (int program = 1; program <= 16; ++program) programNames.insert("Init " + std::to_string(program));
+    for (int program = 1; program <= 16; ++program)
+      programNames.insert("Init " + std::to_string(program));
   }
 };
 
 // A host text query into a buffer of exactly the size hosts give, so that
 // a sanitizer build catches any write beyond it; false if unterminated.
-bool queryText(const Instance& fx, int32_t opcode, int32_t index, intptr_t value, size_t size, std::string& text) {
+bool queryText(const Instance& fx, int32_t opcode, int32_t index, intptr_t value, size_t size,
+               std::string& text) {
   auto buffer = std::make_unique<char[]>(size);
   std::memset(buffer.get(), 0x7f, size);
   fx.dispatch(opcode, index, value, buffer.get());
@@ -101,8 +104,8 @@ class StartLine {
   std::atomic<int> waiting_;
 };
 
-void controlThread(const Instance& fx, const ExpectedTexts& expected, int64_t iterations, uint32_t seed,
-                   StartLine& start, Failures& failures) {
+void controlThread(const Instance& fx, const ExpectedTexts& expected, int64_t iterations,
+                   uint32_t seed, StartLine& start, Failures& failures) {
   std::mt19937 rng(seed);
   std::uniform_int_distribution<int> op(0, 9), param(0, 3), step(0, kSteps), program(0, 15);
   std::string text;
@@ -112,36 +115,50 @@ void controlThread(const Instance& fx, const ExpectedTexts& expected, int64_t it
     const int32_t p = param(rng);
     switch (op(rng)) {
       case 0:
-      case 1: fx.setParameter(p, writtenValue(step(rng))); break;
-      case 2: fx.setProgramLong(program(rng)); break;
-      case 3: fx.dispatch(effSetProgram, 0, program(rng)); break;
+      case 1:
+        fx.setParameter(p, writtenValue(step(rng)));
+        break;
+      case 2:
+        fx.setProgramLong(program(rng));
+        break;
+      case 3:
+        fx.dispatch(effSetProgram, 0, program(rng));
+        break;
       case 4:
         if (!isWrittenValue(fx.getParameter(p)))
-          failures.add("parameter " + std::to_string(p) + " read " + std::to_string(fx.getParameter(p)));
+          failures.add("parameter " + std::to_string(p) + " read " +
+                       std::to_string(fx.getParameter(p)));
         break;
       case 5:
-        if (!queryText(fx, effGetParamDisplay, p, 0, kParamTextBufferSize, text) || !expected.displays[p].count(text))
+        if (!queryText(fx, effGetParamDisplay, p, 0, kParamTextBufferSize, text) ||
+            !expected.displays[p].count(text))
           failures.add("display of parameter " + std::to_string(p) + ": '" + text + "'");
         break;
       case 6: {
         const int j = step(rng);
-        callVirtualSlot<void, int32_t, float, char*>(fx.object(), kSlotGetParameterDisplayOf, p, writtenValue(j), display);
-        if (!expected.displays[p].count(display)) failures.add(std::string("display of a value: '") + display + "'");
+        callVirtualSlot<void, int32_t, float, char*>(fx.object(), kSlotGetParameterDisplayOf, p,
+                                                     writtenValue(j), display);
+        if (!expected.displays[p].count(display))
+          failures.add(std::string("display of a value: '") + display + "'");
         break;
       }
       case 7:
-        if (!queryText(fx, effGetParamName, p, 0, kParamTextBufferSize, text) || text != expected.names[p])
+        if (!queryText(fx, effGetParamName, p, 0, kParamTextBufferSize, text) ||
+            text != expected.names[p])
           failures.add("name of parameter " + std::to_string(p) + ": '" + text + "'");
         break;
       case 8: {
         const intptr_t current = fx.dispatch(effGetProgram);
         if (current < 0 || current > 15) failures.add("current program " + std::to_string(current));
-        if (!queryText(fx, effGetProgramName, 0, 0, kProgramNameBufferSize, text) || !expected.programNames.count(text))
+        if (!queryText(fx, effGetProgramName, 0, 0, kProgramNameBufferSize, text) ||
+            !expected.programNames.count(text))
           failures.add("program name '" + text + "'");
         break;
       }
       default:
-        if (!queryText(fx, effGetProgramNameIndexed, program(rng), 0, kProgramNameBufferSize, text) || text != "Init")
+        if (!queryText(fx, effGetProgramNameIndexed, program(rng), 0, kProgramNameBufferSize,
+                       text) ||
+            text != "Init")
           failures.add("indexed program name '" + text + "'");
         break;
     }
@@ -160,7 +177,8 @@ void audioThread(const Instance& fx, int64_t blocks, StartLine& start, Failures&
     fx.record()->processDoubleReplacing(fx.record(), &input, &output, n);
     for (int32_t i = 0; i < n; ++i)
       if (!std::isfinite(output[i]) || !withinOutputBound(in[i], output[i])) {
-        failures.add("block " + std::to_string(b) + " sample " + std::to_string(i) + ": " + std::to_string(output[i]));
+        failures.add("block " + std::to_string(b) + " sample " + std::to_string(i) + ": " +
+                     std::to_string(output[i]));
         break;
       }
   }
@@ -179,13 +197,13 @@ TEST(ThreadStress, AudioAndFourControlThreadsOnOneInstance) {
   std::vector<std::thread> threads;
   threads.emplace_back(audioThread, std::cref(fx), blocks, std::ref(start), std::ref(failures));
   for (int t = 0; t < kControlThreads; ++t)
-    threads.emplace_back(controlThread, std::cref(fx), std::cref(expected), iterations, 100u + t, std::ref(start),
-                         std::ref(failures));
+    threads.emplace_back(controlThread, std::cref(fx), std::cref(expected), iterations, 100u + t,
+                         std::ref(start), std::ref(failures));
   for (auto& thread : threads) thread.join();
 
   EXPECT_EQ(failures.count(), 0) << "first: " << failures.first();
-  std::printf("thread stress: %lld audio blocks, %d x %lld control calls\n", static_cast<long long>(blocks),
-              kControlThreads, static_cast<long long>(iterations));
+  std::printf("thread stress: %lld audio blocks, %d x %lld control calls\n",
+              static_cast<long long>(blocks), kControlThreads, static_cast<long long>(iterations));
 }
 
 }  // namespace

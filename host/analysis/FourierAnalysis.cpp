@@ -50,15 +50,16 @@ PowerSpectrum welchSpectrum(const std::vector<double>& signal, size_t fftSize, d
   // A sine of amplitude A gives |X| = A * windowSum / 2 at its bin.
   const double scale = 2.0 / windowSum;
   for (double p : power)
-    spectrum.levelDb.push_back(
-        frames ? toDb(std::sqrt(p / static_cast<double>(frames)) * scale) : toDb(0.0));
+    spectrum.levelDb.push_back(frames ? toDb(std::sqrt(p / static_cast<double>(frames)) * scale)
+                                      : toDb(0.0));
   return spectrum;
 }
 
 std::vector<double> logFrequencies(double low, double high, size_t count) {
   std::vector<double> frequencies(count);
   for (size_t i = 0; i < count; ++i)
-    frequencies[i] = low * std::pow(high / low, count > 1 ? static_cast<double>(i) / (count - 1) : 0.0);
+    frequencies[i] =
+        low * std::pow(high / low, count > 1 ? static_cast<double>(i) / (count - 1) : 0.0);
   return frequencies;
 }
 

@@ -109,7 +109,8 @@ Table measureToneResponses(const std::shared_ptr<ModuleLibrary>& module, double 
 Table measureLevelCurves(const std::shared_ptr<ModuleLibrary>& module, double sampleRate,
                          KnobSettings knobs, const std::vector<double>& sustains,
                          const std::vector<double>& inputLevelsDb, double frequency) {
-  Table table{"", "input_dbfs", inputLevelsDb, {}, std::vector<std::vector<double>>(sustains.size())};
+  Table table{
+      "", "input_dbfs", inputLevelsDb, {}, std::vector<std::vector<double>>(sustains.size())};
   for (double sustain : sustains) table.columnNames.push_back(settingName("sustain", sustain));
   // Each level plays for a settling part and a measured part of whole periods.
   const auto segment = static_cast<size_t>(0.1 * sampleRate);
@@ -122,7 +123,8 @@ Table measureLevelCurves(const std::shared_ptr<ModuleLibrary>& module, double sa
     for (double levelDb : inputLevelsDb) {
       const double amplitude = std::pow(10.0, levelDb / 20.0);
       for (double& sample : in)
-        sample = amplitude * std::sin(2.0 * M_PI * frequency * static_cast<double>(phase++) / sampleRate);
+        sample = amplitude *
+                 std::sin(2.0 * M_PI * frequency * static_cast<double>(phase++) / sampleRate);
       processAll(*instance, in.data(), out.data(), in.size());
       table.columns[s].push_back(toDb(peakOf(out.data() + segment, segment)));
     }
@@ -134,9 +136,12 @@ Table measureSignalLevels(const std::shared_ptr<ModuleLibrary>& module, double s
                           KnobSettings knobs, const std::vector<double>& sustains,
                           const std::vector<double>& inputPeaksDb,
                           const std::vector<double>& signal) {
-  Table table{"", "input_peak_dbfs", inputPeaksDb, {},
-              std::vector<std::vector<double>>(sustains.size(),
-                                               std::vector<double>(inputPeaksDb.size()))};
+  Table table{
+      "",
+      "input_peak_dbfs",
+      inputPeaksDb,
+      {},
+      std::vector<std::vector<double>>(sustains.size(), std::vector<double>(inputPeaksDb.size()))};
   for (double sustain : sustains) table.columnNames.push_back(settingName("sustain", sustain));
   const double peak = peakOf(signal.data(), signal.size());
   const size_t cells = sustains.size() * inputPeaksDb.size();
@@ -148,7 +153,8 @@ Table measureSignalLevels(const std::shared_ptr<ModuleLibrary>& module, double s
     std::vector<double> scaled(signal);
     for (double& x : scaled) x *= gain;
     std::vector<double> out(scaled.size());
-    processAll(*settledInstance(module, sampleRate, setting), scaled.data(), out.data(), out.size());
+    processAll(*settledInstance(module, sampleRate, setting), scaled.data(), out.data(),
+               out.size());
     table.columns[s][l] = toDb(rmsOf(out.data(), out.size()));
   });
   return table;
@@ -166,7 +172,9 @@ Table compareSpectra(const std::vector<std::string>& names,
     const PowerSpectrum spectrum = welchSpectrum(*signals[s], kSpectrumFftSize, sampleRate);
     const size_t lastBin = spectrum.levelDb.size() - 1;
     for (double centre : centres) {
-      auto bin = [&](double f) { return std::min(lastBin, static_cast<size_t>(std::lround(f / spectrum.binHz))); };
+      auto bin = [&](double f) {
+        return std::min(lastBin, static_cast<size_t>(std::lround(f / spectrum.binHz)));
+      };
       const size_t first = bin(centre / halfBand), last = std::max(first, bin(centre * halfBand));
       double power = 0.0;
       for (size_t k = first; k <= last; ++k) power += std::pow(10.0, spectrum.levelDb[k] / 10.0);

@@ -33,11 +33,16 @@ bool writable(int format, int channels, int sampleRate) {
 
 int subtypeOf(SampleType type) {
   switch (type) {
-    case SampleType::float32: return SF_FORMAT_FLOAT;
-    case SampleType::float64: return SF_FORMAT_DOUBLE;
-    case SampleType::pcm16: return SF_FORMAT_PCM_16;
-    case SampleType::pcm24: return SF_FORMAT_PCM_24;
-    case SampleType::pcm32: return SF_FORMAT_PCM_32;
+    case SampleType::float32:
+      return SF_FORMAT_FLOAT;
+    case SampleType::float64:
+      return SF_FORMAT_DOUBLE;
+    case SampleType::pcm16:
+      return SF_FORMAT_PCM_16;
+    case SampleType::pcm24:
+      return SF_FORMAT_PCM_24;
+    case SampleType::pcm32:
+      return SF_FORMAT_PCM_32;
   }
   return SF_FORMAT_FLOAT;
 }
@@ -108,8 +113,10 @@ bool isLossy(int format) {
     case SF_FORMAT_OPUS:
     case SF_FORMAT_MPEG_LAYER_I:
     case SF_FORMAT_MPEG_LAYER_II:
-    case SF_FORMAT_MPEG_LAYER_III: return true;
-    default: return false;
+    case SF_FORMAT_MPEG_LAYER_III:
+      return true;
+    default:
+      return false;
   }
 }
 
@@ -132,13 +139,25 @@ std::string describeFormat(int format) {
   const bool haveMajor = sf_command(nullptr, SFC_GET_FORMAT_INFO, &major, sizeof major) == 0;
   std::string subtype;
   switch (format & SF_FORMAT_SUBMASK) {
-    case SF_FORMAT_FLOAT: subtype = "float"; break;
-    case SF_FORMAT_DOUBLE: subtype = "double"; break;
-    case SF_FORMAT_PCM_16: subtype = "pcm16"; break;
-    case SF_FORMAT_PCM_24: subtype = "pcm24"; break;
-    case SF_FORMAT_PCM_32: subtype = "pcm32"; break;
+    case SF_FORMAT_FLOAT:
+      subtype = "float";
+      break;
+    case SF_FORMAT_DOUBLE:
+      subtype = "double";
+      break;
+    case SF_FORMAT_PCM_16:
+      subtype = "pcm16";
+      break;
+    case SF_FORMAT_PCM_24:
+      subtype = "pcm24";
+      break;
+    case SF_FORMAT_PCM_32:
+      subtype = "pcm32";
+      break;
     case SF_FORMAT_PCM_S8:
-    case SF_FORMAT_PCM_U8: subtype = "pcm8"; break;
+    case SF_FORMAT_PCM_U8:
+      subtype = "pcm8";
+      break;
     default: {
       SF_FORMAT_INFO info{};
       info.format = format & SF_FORMAT_SUBMASK;

@@ -50,7 +50,8 @@ double renderPass(const std::shared_ptr<ModuleLibrary>& module, const RenderSett
 
 }  // namespace
 
-RenderReport renderFile(const std::shared_ptr<ModuleLibrary>& module, const RenderRequest& request) {
+RenderReport renderFile(const std::shared_ptr<ModuleLibrary>& module,
+                        const RenderRequest& request) {
   const auto start = std::chrono::steady_clock::now();
   const RenderSettings& settings = request.settings;
   std::optional<SpooledInput> spooled;
@@ -72,9 +73,11 @@ RenderReport renderFile(const std::shared_ptr<ModuleLibrary>& module, const Rend
   const bool toStandardOutput = isStandardStream(request.output);
   const std::string outputName = toStandardOutput ? "standard output" : request.output;
   if (toStandardOutput && request.outputFormat.empty())
-    throw HostError("cannot tell the format for standard output: give --format wav (or flac, "
-                    "aiff, raw, ...)");
-  if (!toStandardOutput) checkOutputTarget(request.output, spooled ? "" : request.input, request.force);
+    throw HostError(
+        "cannot tell the format for standard output: give --format wav (or flac, "
+        "aiff, raw, ...)");
+  if (!toStandardOutput)
+    checkOutputTarget(request.output, spooled ? "" : request.input, request.force);
   const int format =
       outputFormatFor(request.outputFormat.empty() ? request.output : "." + request.outputFormat,
                       in.format, settings.sampleType, in.channels, in.samplerate);

@@ -19,8 +19,9 @@ SoundFileReader::SoundFileReader(const std::string& path, const SF_INFO* rawLayo
   if (rawLayout) info_ = *rawLayout;
   file_ = sf_open(path.c_str(), SFM_READ, &info_);
   if (!file_)
-    throw HostError("cannot read " + path_ + " as audio: " + sf_strerror(nullptr) +
-                    (rawLayout ? "" : " (headerless audio needs --raw-input RATE:CHANNELS:SUBTYPE)"));
+    throw HostError(
+        "cannot read " + path_ + " as audio: " + sf_strerror(nullptr) +
+        (rawLayout ? "" : " (headerless audio needs --raw-input RATE:CHANNELS:SUBTYPE)"));
   if (info_.channels < 1 || info_.samplerate < 1) {
     sf_close(file_);
     file_ = nullptr;

@@ -68,8 +68,8 @@ int runDemo(const DemoOptions& options) {
 
   std::printf("VELTRAX demo: %.2f s plucked-string riff at %.0f Hz, written to %s/\n\n",
               riffSeconds, kDemoSampleRate, dir.c_str());
-  std::printf("  %-18s %-14s %7s %5s %6s %9s %8s\n", "file", "setting", "sustain", "tone",
-              "volume", "peak dBFS", "RMS dBFS");
+  std::printf("  %-18s %-14s %7s %5s %6s %9s %8s\n", "file", "setting", "sustain", "tone", "volume",
+              "peak dBFS", "RMS dBFS");
   printRow("dry.wav", "dry riff", nullptr, riff);
   const std::vector<double>* spectrumRender = &rendered.front();
   for (size_t p = 0; p < kNamedPresets.size(); ++p) {
@@ -78,9 +78,10 @@ int runDemo(const DemoOptions& options) {
     if (preset.name == kSpectrumPreset) spectrumRender = &rendered[p];
   }
   const double audioSeconds = riffSeconds * static_cast<double>(kNamedPresets.size());
-  std::printf("\nrendered %zu settings (%.1f s of audio) in %.2f s: %.1fx real-time on %u thread%s\n",
-              kNamedPresets.size(), audioSeconds, seconds, audioSeconds / seconds, threads,
-              threads == 1 ? "" : "s");
+  std::printf(
+      "\nrendered %zu settings (%.1f s of audio) in %.2f s: %.1fx real-time on %u thread%s\n",
+      kNamedPresets.size(), audioSeconds, seconds, audioSeconds / seconds, threads,
+      threads == 1 ? "" : "s");
   std::fflush(stdout);
 
   const auto figures = writeFigures(module, dir, riff, *spectrumRender);

@@ -11,17 +11,17 @@ namespace veltrax::host {
 namespace {
 
 const char* categoryName(intptr_t category) {
-  static const char* const names[] = {"unknown",     "effect",      "synth",     "analysis",
-                                      "mastering",   "spatializer", "room fx",   "surround fx",
-                                      "restoration", "offline",     "shell",     "generator"};
+  static const char* const names[] = {"unknown",     "effect",      "synth",   "analysis",
+                                      "mastering",   "spatializer", "room fx", "surround fx",
+                                      "restoration", "offline",     "shell",   "generator"};
   return category >= 0 && category < 12 ? names[category] : "other";
 }
 
 std::string flagNames(int32_t flags) {
   static const std::pair<int32_t, const char*> known[] = {
-      {effFlagsHasEditor, "editor"},         {effFlagsCanReplacing, "float replacing"},
-      {effFlagsProgramChunks, "chunks"},     {effFlagsIsSynth, "synth"},
-      {effFlagsNoSoundInStop, "no tail"},    {effFlagsCanDoubleReplacing, "double replacing"}};
+      {effFlagsHasEditor, "editor"},      {effFlagsCanReplacing, "float replacing"},
+      {effFlagsProgramChunks, "chunks"},  {effFlagsIsSynth, "synth"},
+      {effFlagsNoSoundInStop, "no tail"}, {effFlagsCanDoubleReplacing, "double replacing"}};
   std::string text;
   for (const auto& [bit, name] : known)
     if (flags & bit) text += (text.empty() ? "" : ", ") + std::string(name);
@@ -74,10 +74,11 @@ void printPrograms(const EffectInstance& effect) {
 
 void printExtension(const EffectInstance& effect) {
   const HostExtension& ext = effect.extension();
-  std::printf("extension     header version %d; jacks %d in, %d out; signals %d in (from %d), "
-              "%d out (from %d); dry input signal %d\n",
-              ext.headerVersion(), ext.inJackCount(), ext.outJackCount(), ext.inSignalCount(0),
-              ext.firstInSignal(0), ext.outSignalCount(0), ext.firstOutSignal(0), ext.drySignal());
+  std::printf(
+      "extension     header version %d; jacks %d in, %d out; signals %d in (from %d), "
+      "%d out (from %d); dry input signal %d\n",
+      ext.headerVersion(), ext.inJackCount(), ext.outJackCount(), ext.inSignalCount(0),
+      ext.firstInSignal(0), ext.outSignalCount(0), ext.firstOutSignal(0), ext.drySignal());
 }
 
 }  // namespace
@@ -95,11 +96,13 @@ int runInfo(const InfoOptions& options) {
   std::printf("unique ID     '%s' (0x%08X)\n", fourCharText(id.uniqueId).c_str(),
               static_cast<unsigned>(id.uniqueId));
   std::printf("version       %d\n", id.version);
-  std::printf("category      %ld (%s)\n", static_cast<long>(id.category), categoryName(id.category));
+  std::printf("category      %ld (%s)\n", static_cast<long>(id.category),
+              categoryName(id.category));
   std::printf("interface     %ld\n", static_cast<long>(id.interfaceVersion));
   std::printf("audio         %d in, %d out; latency %d samples\n", id.numInputs, id.numOutputs,
               id.initialDelay);
-  std::printf("flags         0x%X (%s)\n", static_cast<unsigned>(id.flags), flagNames(id.flags).c_str());
+  std::printf("flags         0x%X (%s)\n", static_cast<unsigned>(id.flags),
+              flagNames(id.flags).c_str());
   printParameters(*effect);
   printPrograms(*effect);
   printExtension(*effect);

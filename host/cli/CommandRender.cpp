@@ -16,7 +16,8 @@ namespace {
 
 std::string presetNames() {
   std::string names;
-  for (const auto& preset : kNamedPresets) names += (names.empty() ? "" : ", ") + std::string(preset.name);
+  for (const auto& preset : kNamedPresets)
+    names += (names.empty() ? "" : ", ") + std::string(preset.name);
   return names;
 }
 
@@ -37,7 +38,8 @@ KnobSettings knobsFrom(const RenderOptions& options) {
   if (!options.preset.empty()) {
     const NamedPreset* preset = findNamedPreset(options.preset);
     if (!preset)
-      throw UsageError("unknown preset \"" + options.preset + "\" (choose from " + presetNames() + ")");
+      throw UsageError("unknown preset \"" + options.preset + "\" (choose from " + presetNames() +
+                       ")");
     knobs = knobsOf(*preset);
   }
   if (options.sustain) knobs.sustain = knobValue("--sustain", *options.sustain, options.scale);
@@ -49,7 +51,8 @@ KnobSettings knobsFrom(const RenderOptions& options) {
 
 // "RATE:CHANNELS:SUBTYPE", e.g. 48000:2:pcm16.
 RawLayout rawLayoutFrom(const std::string& text) {
-  const std::string usage = "--raw-input RATE:CHANNELS:SUBTYPE (e.g. 48000:2:pcm16) for headerless audio";
+  const std::string usage =
+      "--raw-input RATE:CHANNELS:SUBTYPE (e.g. 48000:2:pcm16) for headerless audio";
   RawLayout layout;
   char subtype[16] = {};
   char end = 0;
@@ -92,20 +95,22 @@ int runRenderSet(const RenderOptions& options) {
   request.outputDirectory = options.outputDirectory;
   request.settings = settingsFrom(options);
   request.force = options.force;
-  if (request.settings.normalizePeakDbfs || request.settings.voicingRate || !options.format.empty() ||
-      !options.rawInput.empty())
-    throw UsageError("-o renders files as they are: --normalize, --voicing-rate, --format and "
-                     "--raw-input work on a single IN OUT");
+  if (request.settings.normalizePeakDbfs || request.settings.voicingRate ||
+      !options.format.empty() || !options.rawInput.empty())
+    throw UsageError(
+        "-o renders files as they are: --normalize, --voicing-rate, --format and "
+        "--raw-input work on a single IN OUT");
   if (options.jobs < 1 || options.jobs > 256) throw UsageError("--jobs must be 1 to 256");
   request.jobs = options.jobs;
   const RenderSetReport report = renderSet(request);
   for (const std::string& failure : report.failures)
     std::fprintf(stderr, "veltrax: failed: %s\n", failure.c_str());
-  std::printf("%zu files: %zu rendered, %zu skipped (output exists), %zu failed; %.2f s of audio in "
-              "%.2f s (%.1fx real-time)\n",
-              options.files.size(), report.rendered, report.skipped, report.failures.size(),
-              report.audioSeconds, report.wallSeconds,
-              report.wallSeconds > 0 ? report.audioSeconds / report.wallSeconds : 0.0);
+  std::printf(
+      "%zu files: %zu rendered, %zu skipped (output exists), %zu failed; %.2f s of audio in "
+      "%.2f s (%.1fx real-time)\n",
+      options.files.size(), report.rendered, report.skipped, report.failures.size(),
+      report.audioSeconds, report.wallSeconds,
+      report.wallSeconds > 0 ? report.audioSeconds / report.wallSeconds : 0.0);
   return report.failures.empty() ? 0 : 1;
 }
 
@@ -123,8 +128,9 @@ int runRender(const RenderOptions& options) {
   if (!options.rawInput.empty()) request.rawInput = rawLayoutFrom(options.rawInput);
   request.settings = settingsFrom(options);
   if (isStandardStream(request.output) && options.format.empty())
-    throw UsageError("cannot tell the format for standard output: give --format wav (or flac, "
-                     "aiff, raw, ...)");
+    throw UsageError(
+        "cannot tell the format for standard output: give --format wav (or flac, "
+        "aiff, raw, ...)");
   const auto module = ModuleLibrary::open(locateModule(options.module));
   const RenderReport report = renderFile(module, request);
 

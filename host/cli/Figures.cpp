@@ -35,8 +35,8 @@ std::vector<std::string> writeFigures(const std::shared_ptr<ModuleLibrary>& modu
 
   // The same tone setting at the common file rates: the oversampling
   // filter has coefficient sets for 44.1 and 48 kHz only.
-  Table rates{"tone 5, sustain 5, volume 10", "frequency_hz", logFrequencies(20.0, 20000.0, 200),
-              {}, {}};
+  Table rates{
+      "tone 5, sustain 5, volume 10", "frequency_hz", logFrequencies(20.0, 20000.0, 200), {}, {}};
   for (double fileRate : {44100.0, 48000.0, 96000.0, 192000.0}) {
     Table at = measureToneResponses(module, fileRate, toneKnobs, {0.5}, rates.x);
     char name[32];
@@ -49,8 +49,7 @@ std::vector<std::string> writeFigures(const std::shared_ptr<ModuleLibrary>& modu
   // The demo riff at a range of input levels (-0.9 dBFS peak is a hot DI).
   std::vector<double> peaks;
   for (double db = -48.0; db <= 12.0; db += 3.0) peaks.push_back(db);
-  Table riffLevels =
-      measureSignalLevels(module, rate, levelKnobs, {0.0, 0.5, 1.0}, peaks, dryRiff);
+  Table riffLevels = measureSignalLevels(module, rate, levelKnobs, {0.0, 0.5, 1.0}, peaks, dryRiff);
   riffLevels.caption = "demo riff, tone 5, volume 10, no trims";
   writeCsv(directory + "/riff_levels.csv", riffLevels);
 

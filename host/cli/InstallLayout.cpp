@@ -39,10 +39,12 @@ std::string executableDirectory() {
 
 std::string locateModule(const std::string& explicitPath) {
   if (!explicitPath.empty()) return explicitPath;
-  if (const char* fromEnvironment = std::getenv("VELTRAX_MODULE"); fromEnvironment && *fromEnvironment)
+  if (const char* fromEnvironment = std::getenv("VELTRAX_MODULE");
+      fromEnvironment && *fromEnvironment)
     return fromEnvironment;
   const std::string dir = executableDirectory();
-  return firstExisting({dir + "/veltrax.so", dir + "/../veltrax.so", dir + "/../" VELTRAX_MODULE_INSTALL_DIR "/veltrax.so"},
+  return firstExisting({dir + "/veltrax.so", dir + "/../veltrax.so",
+                        dir + "/../" VELTRAX_MODULE_INSTALL_DIR "/veltrax.so"},
                        "the module veltrax.so; give --module PATH or set VELTRAX_MODULE");
 }
 

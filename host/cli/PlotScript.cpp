@@ -27,7 +27,8 @@ void runPlotScript(const std::string& directory) {
   if (error != 0) throw HostError("cannot run " + python + ": " + std::strerror(error));
   int status = 0;
   while (::waitpid(child, &status, 0) < 0)
-    if (errno != EINTR) throw HostError("lost the plot script: " + std::string(std::strerror(errno)));
+    if (errno != EINTR)
+      throw HostError("lost the plot script: " + std::string(std::strerror(errno)));
   if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
     throw HostError("the plot script " + script + " failed");
 }

@@ -19,8 +19,8 @@ std::string presetList() {
   for (const auto& preset : veltrax::kNamedPresets) {
     std::snprintf(line, sizeof line, "  %-14.*s %-14.*s %4.1f %4.1f %4.1f\n",
                   static_cast<int>(preset.name.size()), preset.name.data(),
-                  static_cast<int>(preset.label.size()), preset.label.data(),
-                  preset.sustain * 10.0, preset.tone * 10.0, preset.volume * 10.0);
+                  static_cast<int>(preset.label.size()), preset.label.data(), preset.sustain * 10.0,
+                  preset.tone * 10.0, preset.volume * 10.0);
     text += line;
   }
   return text;
@@ -63,9 +63,11 @@ int main(int argc, char** argv) {
   auto* sustainOption = renderCommand->add_option("--sustain", sustain, "Sustain (drive), 0..1");
   auto* toneOption = renderCommand->add_option("--tone", tone, "Tone, 0..1 (dark to bright)");
   auto* volumeOption = renderCommand->add_option("--volume", volume, "Volume, 0..1");
-  renderCommand->add_flag("--off", render.off, "Switch the effect off (dry signal through the module)");
-  renderCommand->add_option("--scale", render.scale,
-                            "Knob scale: 1 (default) for 0..1 values, 10 for the pedal's 0..10 dial");
+  renderCommand->add_flag("--off", render.off,
+                          "Switch the effect off (dry signal through the module)");
+  renderCommand->add_option(
+      "--scale", render.scale,
+      "Knob scale: 1 (default) for 0..1 values, 10 for the pedal's 0..10 dial");
   renderCommand->add_option("--block", render.blockSize, "Block length in samples (default 512)");
   renderCommand->add_option("--subtype", render.subtype,
                             "Output sample type: float, double, pcm16, pcm24 or pcm32 (default: "
@@ -74,21 +76,24 @@ int main(int argc, char** argv) {
                             "Trim before the pedal, dB (default 0; more drives it harder)");
   renderCommand->add_option("--output-gain", render.outputGainDb,
                             "Trim after the pedal, dB (default 0)");
-  renderCommand->add_option("--normalize", render.normalizePeakDbfs,
-                            "Second pass: scale the output so its peak is PEAK_DBFS (at most 0)")
+  renderCommand
+      ->add_option("--normalize", render.normalizePeakDbfs,
+                   "Second pass: scale the output so its peak is PEAK_DBFS (at most 0)")
       ->type_name("PEAK_DBFS");
   renderCommand->add_flag("--no-preroll", render.noPreroll,
                           "Start the audio on the knob ramps instead of after one block of "
                           "silence (the output then depends on --block)");
-  renderCommand->add_option("--voicing-rate", render.voicingRate,
-                            "Run the pedal at this rate (e.g. 48000) between two high-quality "
-                            "conversions, so it sounds alike at every file rate (default: off)")
+  renderCommand
+      ->add_option("--voicing-rate", render.voicingRate,
+                   "Run the pedal at this rate (e.g. 48000) between two high-quality "
+                   "conversions, so it sounds alike at every file rate (default: off)")
       ->type_name("HZ");
   renderCommand->add_option("--format", render.format,
                             "Output format by name (wav, flac, aiff, raw, ...): needed for "
                             "OUT -, else overrides OUT's extension");
-  renderCommand->add_option("--raw-input", render.rawInput,
-                            "Read IN as headerless audio of this layout, e.g. 48000:1:pcm16")
+  renderCommand
+      ->add_option("--raw-input", render.rawInput,
+                   "Read IN as headerless audio of this layout, e.g. 48000:1:pcm16")
       ->type_name("RATE:CHANNELS:SUBTYPE");
   renderCommand->add_flag("--force", render.force,
                           "Replace OUT if it exists (with -o: render outputs that exist again)");
@@ -99,7 +104,9 @@ int main(int argc, char** argv) {
       "temporary file next to it and renamed into place only when complete; OUT may not be\n"
       "IN (also through links). The pedal's output level hardly follows its input: a guitar\n"
       "DI comes out at about -22 dBFS RMS with volume 10; --output-gain lifts it. Lossy\n"
-      "output: " + lossyOutputSupport() + ".\nExamples:\n"
+      "output: " +
+      lossyOutputSupport() +
+      ".\nExamples:\n"
       "  veltrax render guitar.wav fuzz.wav --preset doom --output-gain 6\n"
       "  veltrax render guitar.flac out.wav --sustain 8 --tone 7 --volume 10 --scale 10 "
       "--output-gain 4\n"
@@ -108,8 +115,9 @@ int main(int argc, char** argv) {
 
   DemoOptions demo;
   auto* demoCommand = app.add_subcommand(
-      "demo", "Synthesise a guitar riff, render it through the named presets, write WAVs, "
-              "figures and a summary.");
+      "demo",
+      "Synthesise a guitar riff, render it through the named presets, write WAVs, "
+      "figures and a summary.");
   demoCommand->add_option("DIR", demo.directory, "Output directory (default demo-out)");
   demoCommand->add_flag("--force", demo.force, "Write into DIR even if it has files in it");
   addModuleOption(demoCommand, demo.module);
@@ -121,8 +129,9 @@ int main(int argc, char** argv) {
 
   PlotOptions plot;
   auto* plotCommand = app.add_subcommand(
-      "plot", "Measure the module and draw PNG figures (tone responses, level curves, riff "
-              "spectrum).");
+      "plot",
+      "Measure the module and draw PNG figures (tone responses, level curves, riff "
+      "spectrum).");
   plotCommand->add_option("DIR", plot.directory, "Output directory")->required();
   addModuleOption(plotCommand, plot.module);
 

@@ -19,8 +19,8 @@ constexpr std::array<double, 6> kOpenStrings{82.407, 110.0, 146.832, 195.998, 24
 enum Touch { kOpen, kMuted };
 
 struct Chord {
-  double beat;     // start
-  double length;   // beats until the strings are damped
+  double beat;    // start
+  double length;  // beats until the strings are damped
   Touch touch;
   std::array<int, 6> frets;  // -1: string not played; index 0 is the low E
 };
@@ -30,18 +30,18 @@ constexpr int x = -1;
 // E5, palm-muted chugs, G5-A5 pushes, a D-C-B walk-down and a run up to a
 // ringing E5 at the end.
 constexpr Chord kRiff[] = {
-    {0.0, 1.0, kOpen, {0, 2, 2, x, x, x}},    {1.0, 0.5, kMuted, {0, x, x, x, x, x}},
-    {1.5, 0.5, kMuted, {0, x, x, x, x, x}},   {2.0, 0.5, kOpen, {3, 5, 5, x, x, x}},
-    {2.5, 0.5, kMuted, {0, x, x, x, x, x}},   {3.0, 1.0, kOpen, {5, 7, 7, x, x, x}},
-    {4.0, 0.5, kMuted, {0, x, x, x, x, x}},   {4.5, 0.5, kMuted, {0, x, x, x, x, x}},
-    {5.0, 0.5, kOpen, {x, 5, 7, x, x, x}},    {5.5, 0.5, kOpen, {x, 3, 5, x, x, x}},
-    {6.0, 1.0, kOpen, {x, 2, 4, x, x, x}},    {7.0, 0.5, kMuted, {0, x, x, x, x, x}},
-    {7.5, 0.5, kMuted, {0, x, x, x, x, x}},   {8.0, 1.0, kOpen, {0, 2, 2, x, x, x}},
-    {9.0, 0.5, kMuted, {0, x, x, x, x, x}},   {9.5, 0.5, kMuted, {0, x, x, x, x, x}},
-    {10.0, 0.5, kOpen, {3, 5, 5, x, x, x}},   {10.5, 0.5, kMuted, {0, x, x, x, x, x}},
-    {11.0, 1.0, kOpen, {5, 7, 7, x, x, x}},   {12.0, 0.5, kOpen, {x, x, x, 2, x, x}},
-    {12.5, 0.5, kOpen, {x, x, x, 4, x, x}},   {13.0, 0.5, kOpen, {x, x, x, x, 3, x}},
-    {13.5, 0.5, kOpen, {x, x, x, x, 5, x}},   {14.0, 2.5, kOpen, {0, 2, 2, 1, 0, 0}},
+    {0.0, 1.0, kOpen, {0, 2, 2, x, x, x}},  {1.0, 0.5, kMuted, {0, x, x, x, x, x}},
+    {1.5, 0.5, kMuted, {0, x, x, x, x, x}}, {2.0, 0.5, kOpen, {3, 5, 5, x, x, x}},
+    {2.5, 0.5, kMuted, {0, x, x, x, x, x}}, {3.0, 1.0, kOpen, {5, 7, 7, x, x, x}},
+    {4.0, 0.5, kMuted, {0, x, x, x, x, x}}, {4.5, 0.5, kMuted, {0, x, x, x, x, x}},
+    {5.0, 0.5, kOpen, {x, 5, 7, x, x, x}},  {5.5, 0.5, kOpen, {x, 3, 5, x, x, x}},
+    {6.0, 1.0, kOpen, {x, 2, 4, x, x, x}},  {7.0, 0.5, kMuted, {0, x, x, x, x, x}},
+    {7.5, 0.5, kMuted, {0, x, x, x, x, x}}, {8.0, 1.0, kOpen, {0, 2, 2, x, x, x}},
+    {9.0, 0.5, kMuted, {0, x, x, x, x, x}}, {9.5, 0.5, kMuted, {0, x, x, x, x, x}},
+    {10.0, 0.5, kOpen, {3, 5, 5, x, x, x}}, {10.5, 0.5, kMuted, {0, x, x, x, x, x}},
+    {11.0, 1.0, kOpen, {5, 7, 7, x, x, x}}, {12.0, 0.5, kOpen, {x, x, x, 2, x, x}},
+    {12.5, 0.5, kOpen, {x, x, x, 4, x, x}}, {13.0, 0.5, kOpen, {x, x, x, x, 3, x}},
+    {13.5, 0.5, kOpen, {x, x, x, x, 5, x}}, {14.0, 2.5, kOpen, {0, 2, 2, 1, 0, 0}},
 };
 
 constexpr double kStrumSeconds = 0.006;  // between neighbouring strings, downstroke
@@ -50,7 +50,8 @@ constexpr double kStrumSeconds = 0.006;  // between neighbouring strings, downst
 
 std::vector<double> synthesizeDemoRiff(double sampleRate) {
   const double secondsPerBeat = 60.0 / kBeatsPerMinute;
-  const auto total = static_cast<size_t>((kTotalBeats * secondsPerBeat + kTailSeconds) * sampleRate);
+  const auto total =
+      static_cast<size_t>((kTotalBeats * secondsPerBeat + kTailSeconds) * sampleRate);
   std::vector<double> out(total, 0.0);
 
   std::array<PluckedString, 6> strings{PluckedString(sampleRate), PluckedString(sampleRate),
@@ -73,7 +74,8 @@ std::vector<double> synthesizeDemoRiff(double sampleRate) {
       const double end = (chord.beat + chord.length) * secondsPerBeat - 0.02;
       const double frequency = kOpenStrings[s] * std::pow(2.0, chord.frets[s] / 12.0);
       const double accent = std::fmod(chord.beat, 1.0) == 0.0 ? 1.0 : 0.8;
-      events.push_back({static_cast<size_t>(start * sampleRate), s, frequency, chord.touch, accent});
+      events.push_back(
+          {static_cast<size_t>(start * sampleRate), s, frequency, chord.touch, accent});
       events.push_back({static_cast<size_t>(end * sampleRate), s, 0.0, chord.touch, 0.0});
     }
   }

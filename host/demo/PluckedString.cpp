@@ -15,8 +15,8 @@ double nextNoise(uint32_t& state) {
 PluckedString::PluckedString(double sampleRate)
     : sampleRate_(sampleRate), line_(static_cast<size_t>(sampleRate / 20.0) + 4, 0.0) {}
 
-void PluckedString::pluck(double frequency, double velocity, double brightness,
-                          double decaySeconds, uint32_t& noiseState) {
+void PluckedString::pluck(double frequency, double velocity, double brightness, double decaySeconds,
+                          uint32_t& noiseState) {
   frequency_ = frequency;
   delay_ = std::max(1.0, sampleRate_ / frequency - 0.5);
   damp(decaySeconds);

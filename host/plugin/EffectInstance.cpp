@@ -95,7 +95,9 @@ EffectIdentity EffectInstance::identity() const {
   return id;
 }
 
-float EffectInstance::parameter(int32_t index) const { return record_->getParameter(record_, index); }
+float EffectInstance::parameter(int32_t index) const {
+  return record_->getParameter(record_, index);
+}
 
 void EffectInstance::setParameter(int32_t index, float value) {
   record_->setParameter(record_, index, value);

@@ -14,9 +14,15 @@ R HostExtension::call(int slot, Args... args) const {
 
 int32_t HostExtension::inJackCount() const { return call<int32_t>(kSlotGetNumOfInJacks); }
 int32_t HostExtension::outJackCount() const { return call<int32_t>(kSlotGetNumOfOutJacks); }
-int32_t HostExtension::inSignalCount(int32_t jack) const { return call<int32_t>(kSlotGetNumOfInSig, jack); }
-int32_t HostExtension::outSignalCount(int32_t jack) const { return call<int32_t>(kSlotGetNumOfOutSig, jack); }
-int32_t HostExtension::firstInSignal(int32_t jack) const { return call<int32_t>(kSlotGetStartNumInSig, jack); }
+int32_t HostExtension::inSignalCount(int32_t jack) const {
+  return call<int32_t>(kSlotGetNumOfInSig, jack);
+}
+int32_t HostExtension::outSignalCount(int32_t jack) const {
+  return call<int32_t>(kSlotGetNumOfOutSig, jack);
+}
+int32_t HostExtension::firstInSignal(int32_t jack) const {
+  return call<int32_t>(kSlotGetStartNumInSig, jack);
+}
 int32_t HostExtension::firstOutSignal(int32_t jack) const {
   return call<int32_t>(kSlotGetStartNumOutSig, jack);
 }

@@ -25,7 +25,8 @@ inline AEffect* interfaceEffect(void* object) {
 // Destroys the interface object. This does not close the instance.
 inline void destroyInterfaceObject(void* object) {
   using DeletingDestructor = void (*)(void*);
-  reinterpret_cast<DeletingDestructor>(static_cast<InterfaceObjectView*>(object)->vtable[1])(object);
+  reinterpret_cast<DeletingDestructor>(static_cast<InterfaceObjectView*>(object)->vtable[1])(
+      object);
 }
 
 }  // namespace veltrax::host

@@ -22,7 +22,8 @@ std::shared_ptr<ModuleLibrary> ModuleLibrary::open(const std::string& path) {
   void* handle = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!handle) {
     const char* reason = ::dlerror();
-    throw HostError("cannot load module " + path + ": " + (reason ? reason : "unknown loader error"));
+    throw HostError("cannot load module " + path + ": " +
+                    (reason ? reason : "unknown loader error"));
   }
   return std::shared_ptr<ModuleLibrary>(new ModuleLibrary(handle, path));
 }

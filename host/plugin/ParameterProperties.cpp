@@ -6,7 +6,9 @@
 namespace veltrax::host {
 namespace {
 
-std::string textOf(const char* field, size_t size) { return std::string(field, strnlen(field, size)); }
+std::string textOf(const char* field, size_t size) {
+  return std::string(field, strnlen(field, size));
+}
 
 }  // namespace
 

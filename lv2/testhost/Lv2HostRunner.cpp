@@ -122,7 +122,8 @@ int main(int argc, char** argv) {
 
   Lv2World world(s.lv2Path);
   if (s.listPresets) {
-    for (const PresetInfo& p : world.presets(s.pluginUri)) std::cout << p.uri << "\t" << p.label << "\n";
+    for (const PresetInfo& p : world.presets(s.pluginUri))
+      std::cout << p.uri << "\t" << p.label << "\n";
     return 0;
   }
 
@@ -169,8 +170,10 @@ int main(int argc, char** argv) {
 
   double peak = 0.0;
   for (float y : out) peak = std::max(peak, static_cast<double>(std::abs(y)));
-  std::printf("plugin=%s rate=%g block=%u frames=%zu seconds=%.6f ns_per_sample=%.2f realtime=%.1f peak=%.4f\n",
-              s.pluginUri.c_str(), s.rate, s.block, frames, best, best * 1e9 / frames,
-              (frames / s.rate) / best, peak);
+  std::printf(
+      "plugin=%s rate=%g block=%u frames=%zu seconds=%.6f ns_per_sample=%.2f realtime=%.1f "
+      "peak=%.4f\n",
+      s.pluginUri.c_str(), s.rate, s.block, frames, best, best * 1e9 / frames,
+      (frames / s.rate) / best, peak);
   return 0;
 }

@@ -184,12 +184,11 @@ bool Lv2Instance::connectPorts(std::string* error) {
     const LilvPort* port = lilv_plugin_get_port_by_index(plugin_, p);
     const bool isInput = lilv_port_is_a(plugin_, port, input.get());
     if (lilv_port_is_a(plugin_, port, controlClass.get())) {
-      controls_[p] = !std::isnan(defaults[p]) ? defaults[p]
+      controls_[p] = !std::isnan(defaults[p])  ? defaults[p]
                      : !std::isnan(minimum[p]) ? minimum[p]
                                                : 0.0f;
       lilv_instance_connect_port(instance_, p, &controls_[p]);
-      if (isInput)
-        controlInputs_[lilv_node_as_string(lilv_port_get_symbol(plugin_, port))] = p;
+      if (isInput) controlInputs_[lilv_node_as_string(lilv_port_get_symbol(plugin_, port))] = p;
     } else if (lilv_port_is_a(plugin_, port, audio.get())) {
       if (isInput)
         audioInputs_.push_back(p);
@@ -211,7 +210,8 @@ bool Lv2Instance::connectPorts(std::string* error) {
       return false;
     }
   }
-  for (auto& [index, buffer] : atomPorts_) lilv_instance_connect_port(instance_, index, buffer.words.data());
+  for (auto& [index, buffer] : atomPorts_)
+    lilv_instance_connect_port(instance_, index, buffer.words.data());
   resetAtomBuffers();
   return true;
 }
@@ -305,7 +305,8 @@ void Lv2Instance::deactivate() {
 
 void Lv2Instance::run(const float* in, float* out, uint32_t frames) {
   ensureHostBuffers(frames);
-  for (uint32_t port : audioInputs_) lilv_instance_connect_port(instance_, port, const_cast<float*>(in));
+  for (uint32_t port : audioInputs_)
+    lilv_instance_connect_port(instance_, port, const_cast<float*>(in));
   if (!audioOutputs_.empty()) lilv_instance_connect_port(instance_, audioOutputs_.front(), out);
   if (!atomPorts_.empty()) resetAtomBuffers();
   lilv_instance_run(instance_, frames);

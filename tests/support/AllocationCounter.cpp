@@ -68,13 +68,15 @@ bool allocationCountingWorks() {
 
 // The sanitizer owns malloc and operator new; its hooks see every one of them.
 // (Declared here: GCC does not ship the sanitizer's allocator header.)
-extern "C" int __sanitizer_install_malloc_and_free_hooks(
-    void (*mallocHook)(const volatile void*, size_t), void (*freeHook)(const volatile void*));
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*mallocHook)(const volatile void*,
+                                                                            size_t),
+                                                         void (*freeHook)(const volatile void*));
 
 namespace {
 void mallocHook(const volatile void*, size_t bytes) { veltrax::test::noteAllocation(bytes); }
 void freeHook(const volatile void*) { veltrax::test::noteDeallocation(); }
-[[maybe_unused]] const int installed = __sanitizer_install_malloc_and_free_hooks(mallocHook, freeHook);
+[[maybe_unused]] const int installed =
+    __sanitizer_install_malloc_and_free_hooks(mallocHook, freeHook);
 }  // namespace
 
 #else
@@ -169,18 +171,34 @@ void* alignedNewOrThrow(size_t bytes, std::align_val_t alignment) {
 VELTRAX_NEW void* operator new(size_t n) { return newOrThrow(n); }
 VELTRAX_NEW void* operator new[](size_t n) { return newOrThrow(n); }
 VELTRAX_NEW void* operator new(size_t n, const std::nothrow_t&) noexcept {
-  try { return newOrThrow(n); } catch (...) { return nullptr; }
+  try {
+    return newOrThrow(n);
+  } catch (...) {
+    return nullptr;
+  }
 }
 VELTRAX_NEW void* operator new[](size_t n, const std::nothrow_t&) noexcept {
-  try { return newOrThrow(n); } catch (...) { return nullptr; }
+  try {
+    return newOrThrow(n);
+  } catch (...) {
+    return nullptr;
+  }
 }
 VELTRAX_NEW void* operator new(size_t n, std::align_val_t a) { return alignedNewOrThrow(n, a); }
 VELTRAX_NEW void* operator new[](size_t n, std::align_val_t a) { return alignedNewOrThrow(n, a); }
 VELTRAX_NEW void* operator new(size_t n, std::align_val_t a, const std::nothrow_t&) noexcept {
-  try { return alignedNewOrThrow(n, a); } catch (...) { return nullptr; }
+  try {
+    return alignedNewOrThrow(n, a);
+  } catch (...) {
+    return nullptr;
+  }
 }
 VELTRAX_NEW void* operator new[](size_t n, std::align_val_t a, const std::nothrow_t&) noexcept {
-  try { return alignedNewOrThrow(n, a); } catch (...) { return nullptr; }
+  try {
+    return alignedNewOrThrow(n, a);
+  } catch (...) {
+    return nullptr;
+  }
 }
 VELTRAX_NEW void operator delete(void* p) noexcept { free(p); }
 VELTRAX_NEW void operator delete[](void* p) noexcept { free(p); }
@@ -192,7 +210,11 @@ VELTRAX_NEW void operator delete(void* p, std::align_val_t) noexcept { free(p); 
 VELTRAX_NEW void operator delete[](void* p, std::align_val_t) noexcept { free(p); }
 VELTRAX_NEW void operator delete(void* p, size_t, std::align_val_t) noexcept { free(p); }
 VELTRAX_NEW void operator delete[](void* p, size_t, std::align_val_t) noexcept { free(p); }
-VELTRAX_NEW void operator delete(void* p, std::align_val_t, const std::nothrow_t&) noexcept { free(p); }
-VELTRAX_NEW void operator delete[](void* p, std::align_val_t, const std::nothrow_t&) noexcept { free(p); }
+VELTRAX_NEW void operator delete(void* p, std::align_val_t, const std::nothrow_t&) noexcept {
+  free(p);
+}
+VELTRAX_NEW void operator delete[](void* p, std::align_val_t, const std::nothrow_t&) noexcept {
+  free(p);
+}
 
 #endif

@@ -37,8 +37,8 @@ RunningCli::RunningCli(const std::vector<std::string>& arguments, const RunOptio
   if (pid_ > 0) return;
   const int out = ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   const int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  const int in = ::open(options.standardInput.empty() ? "/dev/null" : options.standardInput.c_str(),
-                       O_RDONLY);
+  const int in =
+      ::open(options.standardInput.empty() ? "/dev/null" : options.standardInput.c_str(), O_RDONLY);
   ::dup2(in, STDIN_FILENO);
   ::dup2(out, STDOUT_FILENO);
   ::dup2(err, STDERR_FILENO);
@@ -118,7 +118,8 @@ void writeAudio(const std::string& path, const std::vector<std::vector<double>>&
   const size_t frames = channels.front().size();
   std::vector<double> interleaved(frames * channels.size());
   for (size_t i = 0; i < frames; ++i)
-    for (size_t c = 0; c < channels.size(); ++c) interleaved[i * channels.size() + c] = channels[c][i];
+    for (size_t c = 0; c < channels.size(); ++c)
+      interleaved[i * channels.size() + c] = channels[c][i];
   sf_writef_double(file, interleaved.data(), static_cast<sf_count_t>(frames));
   sf_close(file);
 }
@@ -132,7 +133,8 @@ Audio readAudio(const std::string& path) {
   sf_readf_double(file, interleaved.data(), audio.info.frames);
   sf_close(file);
   audio.channels.assign(channels, std::vector<double>(static_cast<size_t>(audio.info.frames)));
-  for (size_t i = 0; i < interleaved.size(); ++i) audio.channels[i % channels][i / channels] = interleaved[i];
+  for (size_t i = 0; i < interleaved.size(); ++i)
+    audio.channels[i % channels][i / channels] = interleaved[i];
   return audio;
 }
 

@@ -35,11 +35,13 @@ std::string Instance::text(int32_t opcode, int32_t index, size_t bufferSize) con
   return std::string(buffer.data(), strnlen(buffer.data(), bufferSize));
 }
 
-std::vector<double> Instance::process(const std::vector<double>& in, const std::vector<int>& blocks) const {
+std::vector<double> Instance::process(const std::vector<double>& in,
+                                      const std::vector<int>& blocks) const {
   std::vector<double> out(in.size());
   size_t position = 0;
   for (size_t b = 0; position < in.size(); ++b) {
-    const int32_t n = static_cast<int32_t>(std::min<size_t>(blocks[b % blocks.size()], in.size() - position));
+    const int32_t n =
+        static_cast<int32_t>(std::min<size_t>(blocks[b % blocks.size()], in.size() - position));
     double* input = const_cast<double*>(in.data()) + position;
     double* output = out.data() + position;
     effect_->processDoubleReplacing(effect_, &input, &output, n);

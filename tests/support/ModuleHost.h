@@ -57,9 +57,13 @@ class Instance {
     return effect_->dispatcher(effect_, opcode, index, value, ptr, opt);
   }
   void setSampleRate(float rate) const { dispatch(effSetSampleRate, 0, 0, nullptr, rate); }
-  void setParameter(int32_t index, float value) const { effect_->setParameter(effect_, index, value); }
+  void setParameter(int32_t index, float value) const {
+    effect_->setParameter(effect_, index, value);
+  }
   float getParameter(int32_t index) const { return effect_->getParameter(effect_, index); }
-  void setProgramLong(long program) const { callVirtualSlot<void, long>(object(), kSlotSetProgramLong, program); }
+  void setProgramLong(long program) const {
+    callVirtualSlot<void, long>(object(), kSlotSetProgramLong, program);
+  }
   std::string text(int32_t opcode, int32_t index = 0, size_t bufferSize = 64) const;
 
   // Processes `in` (copied) in blocks of the given lengths, cycling through them.
