@@ -24,6 +24,7 @@
 // steps of a pass are edge steps, in which stages without a sample leave
 // their state alone.
 #include <cstddef>
+#include <cstdint>
 
 #include "dsp/multistream/LaneState.h"
 
@@ -437,15 +438,21 @@ struct Kernel {
   }
 
   // The next chunk's input and output, one cache line at a time, so that the
-  // streams arrive while this chunk computes (prefetches never fault, so
-  // reaching past the block is harmless).
-  void prefetchNextChunk() const {
+  // streams arrive while this chunk computes. Prefetches never fault, so
+  // reaching past the block (into the next one, as a render lays them out)
+  // is harmless; the addresses are formed as integers, not as pointers past
+  // the end of the arrays.
+  LANE_INLINE void prefetchNextChunk() const {
     constexpr int kLine = 64 / sizeof(double);
     for (int l = 0; l < W; ++l)
       for (int k = 0; k < kChunk; k += kLine) {
-        __builtin_prefetch(b.in[l] + to + k, 0);
-        __builtin_prefetch(b.out[l] + to + k, 1);
+        __builtin_prefetch(sampleAddress(b.in[l], to + k), 0);
+        __builtin_prefetch(sampleAddress(b.out[l], to + k), 1);
       }
+  }
+  static LANE_INLINE const void* sampleAddress(const double* stream, int j) {
+    return reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(stream) +
+                                         static_cast<uintptr_t>(j) * sizeof(double));
   }
 
   LANE_INLINE bool everyLaneCoversChunk() const {
