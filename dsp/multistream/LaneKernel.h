@@ -24,6 +24,7 @@
 // steps of a pass are edge steps, in which stages without a sample leave
 // their state alone.
 #include <cstddef>
+#include <cstdint>
 
 #include "dsp/multistream/LaneState.h"
 
@@ -61,6 +62,45 @@ LANE_INLINE V load(const double* p) {
   return v;
 }
 LANE_INLINE void store(double* p, V v) { __builtin_memcpy(p, &v, sizeof v); }
+
+// W path flags, widened to double (exactly: 1.0f becomes 1.0 and nothing else does).
+LANE_INLINE V loadFlags(const float* p) {
+  typedef float F __attribute__((vector_size(W * 4)));
+  F f;
+  __builtin_memcpy(&f, p, sizeof f);
+  return __builtin_convertvector(f, V);
+}
+
+// Rows become columns: r[k][l] takes r[l][k] (data movement only). Each
+// round swaps the off-diagonal h x h blocks of every 2h x 2h block.
+LANE_INLINE void transposeRound(V& a, V& b, int h) {
+  const V lo = a, hi = b;
+#if LANE_KERNEL_WIDTH == 8
+  if (h == 4) {
+    a = __builtin_shufflevector(lo, hi, 0, 1, 2, 3, 8, 9, 10, 11);
+    b = __builtin_shufflevector(lo, hi, 4, 5, 6, 7, 12, 13, 14, 15);
+  } else if (h == 2) {
+    a = __builtin_shufflevector(lo, hi, 0, 1, 8, 9, 4, 5, 12, 13);
+    b = __builtin_shufflevector(lo, hi, 2, 3, 10, 11, 6, 7, 14, 15);
+  } else {
+    a = __builtin_shufflevector(lo, hi, 0, 8, 2, 10, 4, 12, 6, 14);
+    b = __builtin_shufflevector(lo, hi, 1, 9, 3, 11, 5, 13, 7, 15);
+  }
+#else
+  if (h == 2) {
+    a = __builtin_shufflevector(lo, hi, 0, 1, 4, 5);
+    b = __builtin_shufflevector(lo, hi, 2, 3, 6, 7);
+  } else {
+    a = __builtin_shufflevector(lo, hi, 0, 4, 2, 6);
+    b = __builtin_shufflevector(lo, hi, 1, 5, 3, 7);
+  }
+#endif
+}
+LANE_INLINE void transpose(V* r) {
+  for (int h = W / 2; h >= 1; h /= 2)
+    for (int i = 0; i < W; ++i)
+      if ((i & h) == 0) transposeRound(r[i], r[i + h], h);
+}
 
 // E[j] and E[j + 1] for every lane's j: one 16-byte load per lane, the
 // pairs then sorted into the two vectors (data movement only; cheaper here
@@ -331,15 +371,42 @@ struct Kernel {
     }
   }
 
-  // Sample j of every lane into the chunk's vectors, lane by lane (each lane
-  // read in order); a lane whose block ends earlier computes on zeros there.
+  // Sample j of every lane into the chunk's vectors (each lane read in
+  // order); a lane whose block ends earlier computes on zeros there. While
+  // every lane has the whole chunk, W samples of W lanes at a time are loaded
+  // row by row and transposed in registers.
   void gatherChunk() {
+    int j = from;
+    if (everyLaneCoversChunk()) {
+      prefetchNextChunk();
+      for (; j + W <= to; j += W) {
+        V x[W], g[W], w[W];
+        for (int l = 0; l < W; ++l) {
+          x[l] = load(b.in[l] + j);
+          g[l] = load(b.gains[l] + j);
+          w[l] = loadFlags(b.pathFlags[l] + j);
+        }
+        transpose(x);
+        transpose(g);
+        transpose(w);
+        for (int k = 0; k < W; ++k) {
+          in[j - from + k] = x[k];
+          gains[j - from + k] = g[k];
+          wet[j - from + k] = w[k] == splat(1.0) ? splat(1.0) : splat(0.0);
+        }
+      }
+    }
+    gatherLaneByLane(j);
+  }
+
+  // Samples [first, to) of the chunk one value at a time.
+  void gatherLaneByLane(int first) {
     double* x = reinterpret_cast<double*>(in);
     double* g = reinterpret_cast<double*>(gains);
     double* w = reinterpret_cast<double*>(wet);
     for (int l = 0; l < W; ++l) {
       const int end = b.length[l] < to ? b.length[l] : to;
-      int j = from;
+      int j = first;
       for (; j < end; ++j) {
         const int at = (j - from) * W + l;
         x[at] = b.in[l][j];
@@ -354,11 +421,44 @@ struct Kernel {
   }
 
   void scatterChunk() const {
+    int j = from;
+    if (everyLaneCoversChunk()) {
+      for (; j + W <= to; j += W) {
+        V y[W];
+        for (int k = 0; k < W; ++k) y[k] = out[j - from + k];
+        transpose(y);
+        for (int l = 0; l < W; ++l) ::store(b.out[l] + j, y[l]);
+      }
+    }
     const double* y = reinterpret_cast<const double*>(out);
     for (int l = 0; l < W; ++l) {
       const int end = b.length[l] < to ? b.length[l] : to;
-      for (int j = from; j < end; ++j) b.out[l][j] = y[(j - from) * W + l];
+      for (int i = j; i < end; ++i) b.out[l][i] = y[(i - from) * W + l];
     }
+  }
+
+  // The next chunk's input and output, one cache line at a time, so that the
+  // streams arrive while this chunk computes. Prefetches never fault, so
+  // reaching past the block (into the next one, as a render lays them out)
+  // is harmless; the addresses are formed as integers, not as pointers past
+  // the end of the arrays.
+  LANE_INLINE void prefetchNextChunk() const {
+    constexpr int kLine = 64 / sizeof(double);
+    for (int l = 0; l < W; ++l)
+      for (int k = 0; k < kChunk; k += kLine) {
+        __builtin_prefetch(sampleAddress(b.in[l], to + k), 0);
+        __builtin_prefetch(sampleAddress(b.out[l], to + k), 1);
+      }
+  }
+  static LANE_INLINE const void* sampleAddress(const double* stream, int j) {
+    return reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(stream) +
+                                         static_cast<uintptr_t>(j) * sizeof(double));
+  }
+
+  LANE_INLINE bool everyLaneCoversChunk() const {
+    for (int l = 0; l < W; ++l)
+      if (b.length[l] < to) return false;
+    return true;
   }
 
   // The shaper's second half, sample by sample over the chunk, in place in
