@@ -1,6 +1,7 @@
 // run() allocates nothing for any block up to the reservation made at
-// instantiate, with controls moving and On/Off toggling between blocks; a
-// longer block grows the buffers once. Also checks that the allocation counter
+// instantiate, with controls moving and On/Off toggling between blocks (a
+// longer block growing them is the module's, audited in
+// allocation_audit_test). Also checks that the allocation counter
 // the audit relies on sees what it must and only that.
 #include <gtest/gtest.h>
 
@@ -17,7 +18,6 @@ namespace {
 
 using veltrax::test::AllocationCounts;
 using veltrax::test::CountAllocations;
-using veltrax::test::PauseAllocationCounting;
 
 // Calls through volatile pointers so that the compiler cannot elide them.
 void* (*volatile cMalloc)(size_t) = &std::malloc;
@@ -32,10 +32,6 @@ TEST(AllocationCounter, CountsThisThreadsAllocationsInsideScopesOnly) {
     CountAllocations inner;
     void* p = cRealloc(cMalloc(100), 200);
     auto boxed = std::make_unique<std::vector<int>>(10);  // two operator new
-    {
-      PauseAllocationCounting pause;
-      cFree(cMalloc(1));
-    }
     const AllocationCounts made = inner.counts();
     EXPECT_EQ(made.allocations, 4u);
     EXPECT_EQ(made.bytes, 300u + sizeof(std::vector<int>) + 10 * sizeof(int));
@@ -113,30 +109,6 @@ TEST(Lv2RealTime, RunAllocatesNothingUpToTheReservation) {
       at += block.length;
     }
   }
-}
-
-TEST(Lv2RealTime, ALongerRunGrowsOnceThenAllocatesNothing) {
-  if (!veltrax::test::allocationCountingWorks()) GTEST_SKIP() << "allocator not interposed";
-  const uint32_t reserve = 1024;
-  auto plugin = lv2test::makeInstance(48000.0, reserve);
-  ASSERT_NE(plugin, nullptr);
-  plugin->activate();
-  const std::vector<float> input = lv2test::guitarLike(48000.0, 4 * reserve);
-  std::vector<float> output(input.size());
-
-  const uint32_t lengths[] = {reserve, reserve + 1, reserve + 1, 7, reserve + 1, 3 * reserve};
-  std::vector<uint64_t> allocations;
-  for (uint32_t n : lengths) {
-    CountAllocations audit;
-    plugin->run(input.data(), output.data(), n);
-    allocations.push_back(audit.allocations());
-  }
-  EXPECT_EQ(allocations[0], 0u);
-  EXPECT_GT(allocations[1], 0u) << "the first run beyond the reservation grows the buffers";
-  EXPECT_EQ(allocations[2], 0u);
-  EXPECT_EQ(allocations[3], 0u);
-  EXPECT_EQ(allocations[4], 0u);
-  EXPECT_GT(allocations[5], 0u) << "and so does a still longer one";
 }
 
 }  // namespace
