@@ -1,6 +1,7 @@
 // Every finite rate from 62.5 Hz (a one-sample On/Off fade) up to, not
 // including, 2^31 Hz builds a working instance (the rates outside that range
-// are checked with the signal chain).
+// and a return from the limits to a fresh build are checked with the signal
+// chain).
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -85,23 +86,6 @@ TEST_F(SampleRateSweep, EveryValidRateBuildsAndProcessesFiniteBoundedOutput) {
             << ", sample " << i << ": " << out[i];
     }
   }
-}
-
-// Visiting every rate, the limits included, leaves nothing behind: back at
-// 48 kHz the instance sounds exactly like a fresh one with the same knobs.
-TEST_F(SampleRateSweep, RateChangesRebuildFromScratch) {
-  const auto in = testSignal(48000.0);
-  Instance travelled(module), fresh(module);
-  setKnobs(travelled, kKnobs[1]);
-  setKnobs(fresh, kKnobs[1]);
-  for (float rate : kValidRates) {
-    travelled.setSampleRate(rate);
-    travelled.process(testSignal(rate), {1000});
-  }
-  travelled.setSampleRate(44100.0f);
-  travelled.setSampleRate(48000.0f);
-  fresh.setSampleRate(48000.0f);
-  EXPECT_TRUE(identical(travelled.process(in, {128}), fresh.process(in, {128})));
 }
 
 }  // namespace

@@ -131,6 +131,10 @@ TEST_F(SignalChain, RateChangeStartsAfreshAndSameOrInvalidRatesChangeNothing) {
   const auto expected = fresh->process(in, {256});
 
   auto changed = settled(kRate);
+  for (float limit : {62.5f, 4000000.0f}) {  // builds at the limits leave nothing behind
+    changed->setSampleRate(limit);
+    changed->process(noise(0.3, 1000, 98), {1000});
+  }
   changed->setSampleRate(48000.0f);
   changed->process(noise(0.3, 512, 99), {512});
   changed->setSampleRate(48000.0f);
