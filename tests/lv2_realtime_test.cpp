@@ -1,13 +1,13 @@
 // run() allocates nothing for any block up to the reservation made at
-// instantiate, with controls moving and On/Off toggling between blocks; a
-// longer block grows the buffers once. Also checks that the allocation counter
-// the audit relies on sees what it must and only that.
+// instantiate, with controls moving and On/Off toggling between blocks (a
+// longer block growing them is the module's, audited in
+// allocation_audit_test). Also checks that the allocation counter the audit
+// relies on sees every kind of allocation, so that no audit passes vacuously
+// (one that counted other threads too would fail, not pass).
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstdlib>
 #include <memory>
-#include <thread>
 #include <vector>
 
 #include "lv2_test_support.h"
@@ -17,7 +17,6 @@ namespace {
 
 using veltrax::test::AllocationCounts;
 using veltrax::test::CountAllocations;
-using veltrax::test::PauseAllocationCounting;
 
 // Calls through volatile pointers so that the compiler cannot elide them.
 void* (*volatile cMalloc)(size_t) = &std::malloc;
@@ -32,10 +31,6 @@ TEST(AllocationCounter, CountsThisThreadsAllocationsInsideScopesOnly) {
     CountAllocations inner;
     void* p = cRealloc(cMalloc(100), 200);
     auto boxed = std::make_unique<std::vector<int>>(10);  // two operator new
-    {
-      PauseAllocationCounting pause;
-      cFree(cMalloc(1));
-    }
     const AllocationCounts made = inner.counts();
     EXPECT_EQ(made.allocations, 4u);
     EXPECT_EQ(made.bytes, 300u + sizeof(std::vector<int>) + 10 * sizeof(int));
@@ -46,23 +41,6 @@ TEST(AllocationCounter, CountsThisThreadsAllocationsInsideScopesOnly) {
   }
   EXPECT_EQ(outer.counts().allocations, 4u) << "an outer scope sees what inner ones saw";
   cFree(outside);
-}
-
-TEST(AllocationCounter, IgnoresOtherThreads) {
-  std::atomic<int> stage{0};
-  std::thread other([&] {
-    while (stage.load() != 1) std::this_thread::yield();
-    for (int i = 0; i < 100; ++i) cFree(cMalloc(32));
-    stage.store(2);
-  });
-  {
-    CountAllocations audit;
-    stage.store(1);
-    while (stage.load() != 2) std::this_thread::yield();
-    EXPECT_EQ(audit.allocations(), 0u);
-    EXPECT_EQ(audit.counts().deallocations, 0u);
-  }
-  other.join();
 }
 
 // Block lengths 1..64, then a sweep up to `reserve`, with control moves.
@@ -113,30 +91,6 @@ TEST(Lv2RealTime, RunAllocatesNothingUpToTheReservation) {
       at += block.length;
     }
   }
-}
-
-TEST(Lv2RealTime, ALongerRunGrowsOnceThenAllocatesNothing) {
-  if (!veltrax::test::allocationCountingWorks()) GTEST_SKIP() << "allocator not interposed";
-  const uint32_t reserve = 1024;
-  auto plugin = lv2test::makeInstance(48000.0, reserve);
-  ASSERT_NE(plugin, nullptr);
-  plugin->activate();
-  const std::vector<float> input = lv2test::guitarLike(48000.0, 4 * reserve);
-  std::vector<float> output(input.size());
-
-  const uint32_t lengths[] = {reserve, reserve + 1, reserve + 1, 7, reserve + 1, 3 * reserve};
-  std::vector<uint64_t> allocations;
-  for (uint32_t n : lengths) {
-    CountAllocations audit;
-    plugin->run(input.data(), output.data(), n);
-    allocations.push_back(audit.allocations());
-  }
-  EXPECT_EQ(allocations[0], 0u);
-  EXPECT_GT(allocations[1], 0u) << "the first run beyond the reservation grows the buffers";
-  EXPECT_EQ(allocations[2], 0u);
-  EXPECT_EQ(allocations[3], 0u);
-  EXPECT_EQ(allocations[4], 0u);
-  EXPECT_GT(allocations[5], 0u) << "and so does a still longer one";
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
 // Every finite rate from 62.5 Hz (a one-sample On/Off fade) up to, not
-// including, 2^31 Hz builds a working instance, and every other rate (or not
-// a number) is ignored: the instance keeps the build it had, or keeps passing
-// audio through if it had none.
+// including, 2^31 Hz builds a working instance (the rates outside that range
+// and a return from the limits to a fresh build are checked with the signal
+// chain).
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cfloat>
 #include <cmath>
 #include <limits>
 
@@ -23,20 +22,6 @@ const float kValidRates[] = {62.5f,     100.0f,    500.0f,     999.0f,     1000.
                              11025.0f,  16000.0f,  22050.0f,   32000.0f,   44056.0f,  44100.0f,
                              47999.9f,  48000.0f,  48000.5f,   88200.0f,   96000.0f,  176400.0f,
                              192000.0f, 384000.0f, 1536000.0f, 2000000.0f, 4000000.0f};
-
-const float kInvalidRates[] = {0.0f,
-                               -0.0f,
-                               -48000.0f,
-                               62.4f,
-                               std::nextafter(62.5f, 0.0f),
-                               2147483648.0f,  // 2^31: its truncation does not fit
-                               1e10f,
-                               FLT_MAX,
-                               FLT_MIN,
-                               1e-40f,  // denormal
-                               std::numeric_limits<float>::infinity(),
-                               -std::numeric_limits<float>::infinity(),
-                               std::numeric_limits<float>::quiet_NaN()};
 
 // Knob corners and a mid setting: {On/Off, volume, tone, sustain}.
 const float kKnobs[][4] = {{1.0f, 1.0f, 0.0f, 1.0f},
@@ -101,41 +86,6 @@ TEST_F(SampleRateSweep, EveryValidRateBuildsAndProcessesFiniteBoundedOutput) {
             << ", sample " << i << ": " << out[i];
     }
   }
-}
-
-TEST_F(SampleRateSweep, InvalidRatesAreIgnoredBeforeAndAfterABuild) {
-  const auto in = testSignal(48000.0);
-  for (float rate : kInvalidRates) {
-    Instance unbuilt(module);
-    unbuilt.setSampleRate(rate);
-    ASSERT_TRUE(identical(unbuilt.process(in, {256}), in)) << rate << " built an instance";
-
-    Instance built(module), reference(module);
-    built.setSampleRate(48000.0f);
-    reference.setSampleRate(48000.0f);
-    built.process(in, {256});
-    reference.process(in, {256});
-    built.setSampleRate(rate);
-    ASSERT_TRUE(identical(built.process(in, {256}), reference.process(in, {256})))
-        << rate << " disturbed the 48 kHz build";
-  }
-}
-
-// Visiting every rate, the limits included, leaves nothing behind: back at
-// 48 kHz the instance sounds exactly like a fresh one with the same knobs.
-TEST_F(SampleRateSweep, RateChangesRebuildFromScratch) {
-  const auto in = testSignal(48000.0);
-  Instance travelled(module), fresh(module);
-  setKnobs(travelled, kKnobs[1]);
-  setKnobs(fresh, kKnobs[1]);
-  for (float rate : kValidRates) {
-    travelled.setSampleRate(rate);
-    travelled.process(testSignal(rate), {1000});
-  }
-  travelled.setSampleRate(44100.0f);
-  travelled.setSampleRate(48000.0f);
-  fresh.setSampleRate(48000.0f);
-  EXPECT_TRUE(identical(travelled.process(in, {128}), fresh.process(in, {128})));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 // input (the voicing tests measure the effect path, its ramps and glides).
 #include <gtest/gtest.h>
 
+#include <cfloat>
 #include <cmath>
 #include <limits>
 
@@ -14,6 +15,21 @@ using namespace testhost;
 namespace {
 
 constexpr double kRate = 44100.0;
+
+// Rates below 62.5 Hz, from 2^31 Hz up, and not a number.
+const float kInvalidRates[] = {0.0f,
+                               -0.0f,
+                               -48000.0f,
+                               62.4f,
+                               std::nextafter(62.5f, 0.0f),
+                               2147483648.0f,  // 2^31: its truncation does not fit
+                               1e10f,
+                               FLT_MAX,
+                               FLT_MIN,
+                               1e-40f,  // denormal
+                               std::numeric_limits<float>::infinity(),
+                               -std::numeric_limits<float>::infinity(),
+                               std::numeric_limits<float>::quiet_NaN()};
 
 class SignalChain : public ::testing::Test {
  protected:
@@ -115,12 +131,14 @@ TEST_F(SignalChain, RateChangeStartsAfreshAndSameOrInvalidRatesChangeNothing) {
   const auto expected = fresh->process(in, {256});
 
   auto changed = settled(kRate);
+  for (float limit : {62.5f, 4000000.0f}) {  // builds at the limits leave nothing behind
+    changed->setSampleRate(limit);
+    changed->process(noise(0.3, 1000, 98), {1000});
+  }
   changed->setSampleRate(48000.0f);
   changed->process(noise(0.3, 512, 99), {512});
-  for (float ignored :
-       {48000.0f, 0.0f, -44100.0f, 62.4f, 2147483648.0f, std::numeric_limits<float>::quiet_NaN(),
-        std::numeric_limits<float>::infinity()})
-    changed->setSampleRate(ignored);
+  changed->setSampleRate(48000.0f);
+  for (float ignored : kInvalidRates) changed->setSampleRate(ignored);
   expectIdentical(changed->process(in, {256}), expected);
 }
 
@@ -128,6 +146,7 @@ TEST_F(SignalChain, EmptyBlocksAndBlocksBeforeAnyRateChangeNothing) {
   Instance early(module);
   auto in = noise(0.5, 100, 2);
   in[3] = 1e-310;  // a denormal passes through untouched before any rate
+  for (float ignored : kInvalidRates) early.setSampleRate(ignored);
   expectIdentical(early.process(in, {100}), in);
 
   std::vector<double> poison(8, 42.0);

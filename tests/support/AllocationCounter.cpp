@@ -20,11 +20,10 @@ namespace {
 struct ThreadTally {
   AllocationCounts total;  // counted while active
   int scopes = 0;          // live CountAllocations on this thread
-  int pauses = 0;          // live PauseAllocationCounting on this thread
 };
 __attribute__((tls_model("initial-exec"))) thread_local ThreadTally tally;
 
-inline bool counting() { return tally.scopes > 0 && tally.pauses == 0; }
+inline bool counting() { return tally.scopes > 0; }
 
 inline void noteAllocation(size_t bytes) {
   if (!counting()) return;
@@ -47,10 +46,6 @@ AllocationCounts CountAllocations::counts() const {
   return {now.allocations - start_.allocations, now.deallocations - start_.deallocations,
           now.bytes - start_.bytes};
 }
-
-PauseAllocationCounting::PauseAllocationCounting() { ++tally.pauses; }
-
-PauseAllocationCounting::~PauseAllocationCounting() { --tally.pauses; }
 
 bool allocationCountingWorks() {
   // Through a volatile pointer, so that the compiler cannot drop the pair.

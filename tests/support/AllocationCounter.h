@@ -42,16 +42,6 @@ class CountAllocations {
   AllocationCounts start_;
 };
 
-// Suspends counting on the calling thread while it lives, e.g. around test
-// bookkeeping inside a counted region.
-class PauseAllocationCounting {
- public:
-  PauseAllocationCounting();
-  ~PauseAllocationCounting();
-  PauseAllocationCounting(const PauseAllocationCounting&) = delete;
-  PauseAllocationCounting& operator=(const PauseAllocationCounting&) = delete;
-};
-
 // True if allocations are actually seen (a probe allocation is counted).
 // False when something replaces the allocator ahead of this library, e.g.
 // valgrind; audits should then skip rather than pass vacuously.
