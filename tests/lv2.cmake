@@ -40,12 +40,10 @@ target_link_libraries(lv2_realtime_test PRIVATE veltrax_allocation_counter)
 add_dependencies(lv2_bundle_test veltrax_lv2host)
 target_compile_definitions(lv2_bundle_test PRIVATE VELTRAX_LV2HOST="$<TARGET_FILE:veltrax_lv2host>")
 
-find_package(PkgConfig QUIET)
 find_program(LV2APPLY lv2apply)
-pkg_check_modules(SNDFILE IMPORTED_TARGET sndfile)
 target_compile_definitions(lv2_lv2apply_test PRIVATE LV2APPLY_PATH="${LV2APPLY}")
-if(SNDFILE_FOUND)
-  target_link_libraries(lv2_lv2apply_test PRIVATE PkgConfig::SNDFILE)
+if(TARGET veltrax_cli_harness)  # the harness writes and reads the WAV files
+  target_link_libraries(lv2_lv2apply_test PRIVATE veltrax_cli_harness)
   target_compile_definitions(lv2_lv2apply_test PRIVATE VELTRAX_HAVE_SNDFILE=1)
 endif()
 
