@@ -27,7 +27,7 @@ veltrax_test(lv2_host_features_test
 foreach(area bundle audio realtime lv2apply)
   veltrax_test(lv2_${area}_test
     SOURCES ${CMAKE_CURRENT_LIST_DIR}/lv2_${area}_test.cpp ${CMAKE_CURRENT_LIST_DIR}/lv2_test_support.cpp
-    LIBS veltrax_lv2_testhost veltrax_lv2_base veltrax_module_host veltrax_presets
+    LIBS veltrax_lv2_testhost veltrax_lv2_base veltrax_module_host veltrax_host_plugin veltrax_presets
     LABELS lv2)
   add_dependencies(lv2_${area}_test veltrax_lv2_bundle)
   target_compile_definitions(lv2_${area}_test PRIVATE
