@@ -30,8 +30,9 @@ class BadInputTest : public testing::Test {
 
   // Runs, then checks the shape of the failure and that nothing was lost.
   void expectRefused(const std::vector<std::string>& args, int exitCode, const std::string& message,
-                     const std::vector<std::string>& entriesAfter = {"in.wav"}) {
-    const auto run = runCli(args);
+                     const std::vector<std::string>& entriesAfter = {"in.wav"},
+                     const cli_test::RunOptions& options = {}) {
+    const auto run = runCli(args, options);
     EXPECT_EQ(run.exitCode, exitCode) << run.err;
     EXPECT_THAT(run.err, StartsWith("veltrax: error: "));
     EXPECT_THAT(run.err, HasSubstr(message));
@@ -101,27 +102,21 @@ TEST_F(BadInputTest, OutputThatIsTheInputIsRefusedThroughAnyName) {
   }
 }
 
-TEST_F(BadInputTest, ExistingOutputNeedsForce) {
+// An existing output survives a render without --force and one that fills
+// the disk; --force replaces it.
+TEST_F(BadInputTest, ExistingOutputIsKeptUnlessForcedAndNotLostToAFullDisk) {
+  const std::vector<std::string> entries{"in.wav", "out.wav"};
   std::ofstream(out) << "keep me";
-  expectRefused({"render", in, out}, 1, "exists (use --force", {"in.wav", "out.wav"});
+  expectRefused({"render", in, out}, 1, "exists (use --force", entries);
+  cli_test::RunOptions limited;
+  limited.fileSizeLimit = 4096;  // the output needs about 40 kB
+  expectRefused({"render", in, out, "--force"}, 1, "cannot write " + out + ": File too large",
+                entries, limited);
   EXPECT_EQ(fileBytes(out), "keep me");
   const auto forced = runCli({"render", in, out, "--force"});
   EXPECT_EQ(forced.exitCode, 0) << forced.err;
   EXPECT_NE(fileBytes(out), "keep me");
-  EXPECT_EQ(dir.entries(), (std::vector<std::string>{"in.wav", "out.wav"}));
-}
-
-TEST_F(BadInputTest, FullDiskLeavesTheOldOutputAndNoTemporaryFile) {
-  std::ofstream(out) << "keep me";
-  cli_test::RunOptions limited;
-  limited.fileSizeLimit = 4096;  // the output needs about 40 kB
-  const auto run = runCli({"render", in, out, "--force"}, limited);
-  EXPECT_EQ(run.exitCode, 1);
-  EXPECT_THAT(run.err, StartsWith("veltrax: error: cannot write " + out));
-  EXPECT_THAT(run.err, HasSubstr("File too large"));
-  EXPECT_EQ(fileBytes(out), "keep me");
-  EXPECT_EQ(fileBytes(in), inputBytes);
-  EXPECT_EQ(dir.entries(), (std::vector<std::string>{"in.wav", "out.wav"}));
+  EXPECT_EQ(dir.entries(), entries);
 }
 
 TEST_F(BadInputTest, InterruptedRenderLeavesNoTemporaryFile) {

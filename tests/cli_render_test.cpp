@@ -9,6 +9,7 @@
 #include <complex>
 #include <fstream>
 
+#include "host/common/Levels.h"
 #include "support/CliHarness.h"
 
 using cli_test::Audio;
@@ -18,6 +19,9 @@ using cli_test::ScratchDir;
 using cli_test::testSignal;
 using cli_test::writeAudio;
 using testing::HasSubstr;
+using veltrax::host::peakOf;
+using veltrax::host::rmsOf;
+using veltrax::host::toDb;
 
 namespace {
 
@@ -158,23 +162,14 @@ TEST_F(RenderTest, TrimsAndNormalizeSetTheLevel) {
   for (size_t i = 0; i < y.size(); ++i)
     ASSERT_NEAR(quieter[i], y[i] * std::pow(10.0, -6.0 / 20.0), 1e-6 * std::fabs(y[i]) + 1e-9) << i;
 
-  const auto rms = [](const std::vector<double>& x) {
-    double sum = 0.0;
-    for (double v : x) sum += v * v;
-    return std::sqrt(sum / static_cast<double>(x.size()));
-  };
-  const auto peak = [](const std::vector<double>& x) {
-    double p = 0.0;
-    for (double v : x) p = std::max(p, std::fabs(v));
-    return p;
-  };
   // The input trim acts before the saturating pedal: 40 dB less input is
   // far less than 40 dB less output.
   const std::string softer = dir.file("softer.wav");
   ASSERT_EQ(
       runCli({"render", in, softer, "--preset", "classic-fuzz", "--input-gain", "-40"}).exitCode,
       0);
-  const double drop = 20.0 * std::log10(rms(y) / rms(readAudio(softer).channels[0]));
+  const auto softerY = readAudio(softer).channels[0];
+  const double drop = toDb(rmsOf(y.data(), y.size()) / rmsOf(softerY.data(), softerY.size()));
   EXPECT_GT(drop, 1.0);
   EXPECT_LT(drop, 20.0);
 
@@ -190,8 +185,8 @@ TEST_F(RenderTest, TrimsAndNormalizeSetTheLevel) {
     const auto run = runCli(args);
     ASSERT_EQ(run.exitCode, 0) << run.err;
     EXPECT_THAT(run.out, testing::Not(HasSubstr("clipped")));
-    EXPECT_NEAR(20.0 * std::log10(peak(readAudio(out).channels[0])), n.peakDbfs, 0.01)
-        << n.extra[1];
+    const auto rendered = readAudio(out).channels[0];
+    EXPECT_NEAR(toDb(peakOf(rendered.data(), rendered.size())), n.peakDbfs, 0.01) << n.extra[1];
   }
 }
 

@@ -20,6 +20,8 @@ add_dependencies(host_library_test veltrax_refusing_module)
 target_compile_definitions(host_library_test PRIVATE
   VELTRAX_REFUSING_MODULE_PATH="$<TARGET_FILE:veltrax_refusing_module>")
 
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(SNDFILE REQUIRED IMPORTED_TARGET sndfile)
 add_library(veltrax_cli_harness STATIC support/CliHarness.cpp)
 target_include_directories(veltrax_cli_harness PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 target_compile_definitions(veltrax_cli_harness PRIVATE

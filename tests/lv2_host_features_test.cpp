@@ -102,21 +102,19 @@ TEST(Lv2HostFeatures, MaxBlockLengthIsTakenOnlyFromAWellFormedInstanceOption) {
   }
 }
 
-TEST(Lv2HostFeatures, NoFeaturesAtAllMeansTheDefaultReserve) {
+// A host may also give no features at all: an empty list or none.
+TEST(Lv2HostFeatures, BoundedBlockLengthIsSeenAndNoFeaturesMeanTheDefaults) {
+  FakeHost host;
+  EXPECT_TRUE(scanHostFeatures(host.features(true, true, true)).boundedBlockLength);
+  EXPECT_FALSE(scanHostFeatures(host.features(true, true, false)).boundedBlockLength);
   const LV2_Feature* const none[] = {nullptr};
   for (const LV2_Feature* const* features :
        {none, static_cast<const LV2_Feature* const*>(nullptr)}) {
     const HostBlockInfo info = scanHostFeatures(features);
     EXPECT_EQ(info.maxBlockLength, 0u);
     EXPECT_FALSE(info.boundedBlockLength);
-    EXPECT_EQ(reserveFramesFor(info), 8192u);
+    EXPECT_EQ(reserveFramesFor(info), kDefaultReserveFrames);
   }
-}
-
-TEST(Lv2HostFeatures, BoundedBlockLengthIsSeen) {
-  FakeHost host;
-  EXPECT_TRUE(scanHostFeatures(host.features(true, true, true)).boundedBlockLength);
-  EXPECT_FALSE(scanHostFeatures(host.features(true, true, false)).boundedBlockLength);
 }
 
 TEST(Lv2ControlMapping, DialsAreClampedToZeroToTenAndDividedByTenTogglesAreOnAboveZero) {

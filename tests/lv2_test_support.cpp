@@ -7,6 +7,7 @@
 #include <cstring>
 #include <random>
 
+#include "host/plugin/EffectInstance.h"
 #include "lv2/ControlMapping.h"
 #include "lv2/PluginIdentity.h"
 #include "lv2/Ports.h"
@@ -79,11 +80,6 @@ std::vector<float> renderLv2(Lv2Instance& instance, const std::vector<float>& in
 
 namespace {
 
-const testhost::Module& module() {
-  static testhost::Module loaded;
-  return loaded;
-}
-
 uint32_t portOfSymbol(const std::string& symbol) {
   for (uint32_t p = 0; p < lv2::kPortCount; ++p)
     if (symbol == lv2::kPortSymbols[p]) return p;
@@ -95,14 +91,12 @@ uint32_t portOfSymbol(const std::string& symbol) {
 
 std::vector<float> renderModule(double rate, uint32_t maxBlockLength,
                                 const std::vector<float>& input, const std::vector<Block>& plan) {
-  testhost::Instance effect(module());
-  effect.dispatch(effOpen);
-  effect.setSampleRate(static_cast<float>(rate));
-  effect.dispatch(effSetBlockSize, 0, maxBlockLength);
-  effect.dispatch(effMainsChanged, 0, 1);
+  static const auto module = veltrax::host::ModuleLibrary::open(VELTRAX_MODULE_PATH);
+  const auto effect = veltrax::host::EffectInstance::create(module);
+  effect->prepare(rate, static_cast<int32_t>(maxBlockLength));
   // The plug-in's port defaults: its volume dial and its trims.
-  effect.setParameter(lv2::parameterOfPort(lv2::kPortVolume),
-                      lv2::knobParameter(lv2::kVolumeDialDefault));
+  effect->setParameter(lv2::parameterOfPort(lv2::kPortVolume),
+                       lv2::knobParameter(lv2::kVolumeDialDefault));
   const auto gainOf = [](float db) { return std::pow(10.0, db / 20.0); };
   double inputGain = gainOf(lv2::kInputTrimDefaultDb),
          outputGain = gainOf(lv2::kOutputTrimDefaultDb);
@@ -118,16 +112,15 @@ std::vector<float> renderModule(double rate, uint32_t maxBlockLength,
         (port == lv2::kPortInputTrim ? inputGain : outputGain) = gainOf(c.dial);
         continue;
       }
-      effect.setParameter(lv2::parameterOfPort(port), lv2::parameterForPort(port, c.dial));
+      effect->setParameter(lv2::parameterOfPort(port), lv2::parameterForPort(port, c.dial));
     }
     buffer.assign(input.begin() + at, input.begin() + at + block.length);
     for (double& x : buffer) x *= inputGain;
-    effect.processInPlace(buffer.data(), static_cast<int32_t>(block.length));
+    effect->process(buffer.data(), buffer.data(), static_cast<int32_t>(block.length));
     std::transform(buffer.begin(), buffer.end(), out.begin() + at,
                    [&](double y) { return static_cast<float>(y * outputGain); });
     at += block.length;
   }
-  effect.dispatch(effMainsChanged, 0, 0);
   return out;
 }
 
