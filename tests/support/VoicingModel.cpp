@@ -6,8 +6,6 @@
 namespace voicing {
 namespace {
 
-using Complex = std::complex<double>;
-
 // One filter section: type code (0 low-pass, 1 high-pass, 10 peaking,
 // 12 first-order high shelf), frequency in Hz, q, gain in dB.
 struct Stage {
@@ -69,29 +67,6 @@ Prototype prototype(const Stage& s) {
 
 double warp(double f, double rate) { return std::tan(M_PI * std::fmin(f, rate / 2) / rate); }
 
-// Section response at f: the prototype at s = j tan(pi f / rate) / K.
-Complex response(const Stage& s, double rate, double f) {
-  const Prototype p = prototype(s);
-  const Complex x(0.0, std::tan(M_PI * f / rate) / warp(s.f, rate));
-  return (p.n0 + x * (p.n1 + x * p.n2)) / (p.d0 + x * (p.d1 + x * p.d2));
-}
-
-Complex cascade(const std::vector<Stage>& stages, double rate, double f) {
-  Complex h = 1.0;
-  for (const Stage& s : stages) h *= response(s, rate, f);
-  return h;
-}
-
-Complex oversamplingResponse(const OversamplingSet& set, double rate, double f) {
-  const Complex zInverse = std::polar(1.0, -2.0 * M_PI * f / rate);
-  Complex num = 0.0, den = 1.0, power = 1.0;
-  for (int k = 0; k < 6; ++k, power *= zInverse) {
-    num += set.f[k] * power;
-    if (k < 5) den -= set.c[k] * power * zInverse;
-  }
-  return num / den;
-}
-
 // Bilinear image of the prototype, first order when it has no s^2 terms.
 Section design(const Stage& s, double rate) {
   const Prototype p = prototype(s);
@@ -134,22 +109,6 @@ double toneLevel(double x) { return 0.188364909 + 0.811635091 * (1 - x); }
 double tonePeakHz(double x) { return 390 + 1710 * (1 - x) * (1 - x); }
 double tonePeakDb(double x) { return -6 + 6 * (1 - x) * (1 - x); }
 double toneShelfDb(double x) { return 37 * (1 - (1 - x) * (1 - x)); }
-
-Complex effectPathResponse(double rate, const Knobs& knobs, double f) {
-  const double fast = 4 * rate;
-  Complex section = 0.0;  // zero insertion, clipper slope, decimation by four
-  for (int m = 0; m < 4; ++m) {
-    const double image = f - m * rate;
-    const Complex os = oversamplingResponse(oversamplingSet(rate), fast, image);
-    section += os * os * kClipScale * kTanhSlope * cascade(kPost, fast, image) / 4.0;
-  }
-  std::vector<Stage> power = kPower;
-  power[2] = tonePeak(knobs.tone);
-  power[3] = toneShelf(knobs.tone);
-  return cascade(kPre, rate, f) * sustainGain(knobs.sustain) * section * toneLevel(knobs.tone) *
-         cascade(power, rate, f) * cascade(kRevise, rate, f) * volumeGain(knobs.volume) *
-         kOutputLevel;
-}
 
 double Section::run(double x) {
   const double y = b0 * x + s1;

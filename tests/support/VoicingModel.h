@@ -8,7 +8,6 @@
 #pragma once
 
 #include <array>
-#include <complex>
 #include <vector>
 
 namespace voicing {
@@ -25,11 +24,6 @@ double toneLevel(double x);    // 1 .. 0.188364909, linear
 double tonePeakHz(double x);   // 2100 .. 390 Hz
 double tonePeakDb(double x);   // 0 .. -6 dB
 double toneShelfDb(double x);  // 0 .. +37 dB, shelf at 12 kHz
-
-// Small-signal transfer of the effect path (switch on, knobs settled) at f Hz,
-// clipper in its linear range: the oversampled section is averaged over the
-// four images that decimation folds onto f.
-std::complex<double> effectPathResponse(double rate, const Knobs& knobs, double f);
 
 // Transposed direct form II section, b over a, a0 = 1.
 struct Section {
