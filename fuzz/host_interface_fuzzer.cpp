@@ -18,6 +18,8 @@
 // instance whose knobs were only ever set within 0..1 gives finite, bounded
 // output for finite input. Half the inputs also run on the plain engine,
 // whose audio must equal the fast engine's bit for bit.
+#include <cfloat>
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -30,6 +32,7 @@
 #include "VtableCall.h"
 #include "effect/InternalControl.h"
 #include "frame/AEffect.h"
+#include "frame/HostExtensionSlots.h"
 #include "frame/QTypeIF.h"
 #include "support/OutputBound.h"
 
@@ -37,13 +40,6 @@ extern "C" void* getinterface(audioMasterCallback);
 extern "C" void* QTypeIF(audioMasterCallback);
 
 namespace {
-
-// Vtable positions of the host-extension operations and the program change.
-constexpr int kSlotFirstExtension = 153;  // getNumOfInJacks
-constexpr int kSlotSetListner = 160;
-constexpr int kSlotGetParameterDisplayOf = 161;
-constexpr int kSlotSetTime = 163;
-constexpr int kSlotSetProgramLong = 164;
 
 constexpr int kMaxOpsPerInput = 200;
 constexpr int32_t kMaxBlock = 4096;
@@ -88,77 +84,24 @@ class ByteStream {
   size_t left_;
 };
 
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInf = std::numeric_limits<float>::infinity();
+constexpr float kNaN = NAN, kInf = INFINITY;
+constexpr double kQuietNaN = NAN, kSignalingNaN = std::numeric_limits<double>::signaling_NaN();
 
-const int32_t kIndexes[] = {0,
-                            1,
-                            2,
-                            3,
-                            4,
-                            -1,
-                            5,
-                            15,
-                            16,
-                            17,
-                            100,
-                            -100,
-                            std::numeric_limits<int32_t>::min(),
-                            std::numeric_limits<int32_t>::max()};
-const intptr_t kValues[] = {0,
-                            1,
-                            2,
-                            3,
-                            15,
-                            16,
-                            -1,
-                            -16,
-                            255,
-                            256,
-                            12345,
-                            std::numeric_limits<intptr_t>::min(),
-                            std::numeric_limits<intptr_t>::max()};
-const long kPrograms[] = {
-    0, 1, 7, 15, 16, -1, 100, std::numeric_limits<long>::min(), std::numeric_limits<long>::max()};
-const float kFloats[] = {0.0f,
-                         1.0f,
-                         0.5f,
-                         0.25f,
-                         0.75f,
-                         0.999f,
-                         -0.0f,
-                         -1.0f,
-                         1.0001f,
-                         2.0f,
-                         1e30f,
-                         -1e30f,
-                         std::numeric_limits<float>::max(),
-                         std::numeric_limits<float>::min(),
-                         1e-40f,
-                         kNaN,
-                         -kNaN,
-                         kInf,
-                         -kInf};
+const int32_t kIndexes[] = {0, 1, 2, 3, 4, -1, 5, 15, 16, 17, 100, -100, INT32_MIN, INT32_MAX};
+const intptr_t kValues[] = {0, 1, 2, 3, 15, 16, -1, -16, 255, 256, 12345, INTPTR_MIN, INTPTR_MAX};
+const long kPrograms[] = {0, 1, 7, 15, 16, -1, 100, LONG_MIN, LONG_MAX};
+const float kFloats[] = {0.0f,   1.0f,    0.5f,  0.25f, 0.75f,  0.999f,  -0.0f,
+                         -1.0f,  1.0001f, 2.0f,  1e30f, -1e30f, FLT_MAX, FLT_MIN,
+                         1e-40f, kNaN,    -kNaN, kInf,  -kInf};
 const float kRates[] = {44100.0f, 48000.0f,   96000.0f,  192000.0f, 8000.0f,  22050.0f, 11025.0f,
                         32000.0f, 88200.0f,   176400.0f, 384000.0f, 44056.0f, 47999.9f, 48000.5f,
                         1000.0f,  1536000.0f, 62.4f,     62.5f,     0.0f,     -0.0f,    -44100.0f,
                         1e-30f,   1e10f,      kNaN,      kInf,      -kInf};
 const int32_t kBlockLengths[] = {-5,  -1,  0,   1,   2,    3,    17,   64,   128,
                                  255, 256, 511, 512, 1000, 1024, 2048, 4095, 4096};
-const double kSpecialSamples[] = {std::numeric_limits<double>::quiet_NaN(),
-                                  -std::numeric_limits<double>::quiet_NaN(),
-                                  std::numeric_limits<double>::signaling_NaN(),
-                                  std::numeric_limits<double>::infinity(),
-                                  -std::numeric_limits<double>::infinity(),
-                                  std::numeric_limits<double>::max(),
-                                  -std::numeric_limits<double>::max(),
-                                  std::numeric_limits<double>::denorm_min(),
-                                  std::numeric_limits<double>::min() / 2.0,
-                                  1e300,
-                                  -1e300,
-                                  -0.0,
-                                  0.0,
-                                  1.0};
+const double kSpecialSamples[] = {kQuietNaN, -kQuietNaN,   kSignalingNaN, kInf,  -kInf,  DBL_MAX,
+                                  -DBL_MAX,  DBL_TRUE_MIN, DBL_MIN / 2.0, 1e300, -1e300, -0.0,
+                                  0.0,       1.0};
 const double kAmplitudes[] = {1e-310, 1e-6, 0.1, 1.0, 100.0, 1e300};
 
 bool isValidRate(float rate) {
@@ -251,26 +194,13 @@ size_t textBufferSize(int32_t opcode) {
 // Opcodes whose ptr is a record the host fills in or hands over; the
 // effect's answers to these are neutral, but they get a real record.
 bool takesRecord(int32_t opcode) {
-  switch (opcode) {
-    case effEditOpen:
-    case effProcessEvents:
-    case effGetInputProperties:
-    case effGetOutputProperties:
-    case effOfflineNotify:
-    case effOfflinePrepare:
-    case effOfflineRun:
-    case effProcessVarIo:
-    case effVendorSpecific:
-    case effGetMidiProgramName:
-    case effGetCurrentMidiProgram:
-    case effGetMidiProgramCategory:
-    case effGetMidiKeyName:
-    case effBeginLoadBank:
-    case effBeginLoadProgram:
-      return true;
-    default:
-      return false;
-  }
+  for (int32_t record :
+       {effEditOpen, effProcessEvents, effGetInputProperties, effGetOutputProperties,
+        effOfflineNotify, effOfflinePrepare, effOfflineRun, effProcessVarIo, effVendorSpecific,
+        effGetMidiProgramName, effGetCurrentMidiProgram, effGetMidiProgramCategory,
+        effGetMidiKeyName, effBeginLoadBank, effBeginLoadProgram})
+    if (opcode == record) return true;
+  return false;
 }
 
 // Block content: raw bit patterns, noise at some level, a special value
@@ -284,20 +214,10 @@ void fillBlock(std::vector<double>& block, ByteStream& in) {
   for (size_t i = 0; i < block.size(); ++i) {
     lcg = lcg * 6364136223846793005ull + 1442695040888963407ull;
     const double noise = amplitude * (static_cast<double>(lcg >> 11) * 0x1.0p-52 - 1.0);
-    switch (mode) {
-      case 0:
-        block[i] = in.empty() ? noise : in.raw<double>();
-        break;
-      case 1:
-        block[i] = noise;
-        break;
-      case 2:
-        block[i] = special;
-        break;
-      default:
-        block[i] = i % stride == 0 ? special : noise;
-        break;
-    }
+    if (mode == 0)
+      block[i] = in.empty() ? noise : in.raw<double>();
+    else
+      block[i] = mode == 1 || (mode == 3 && i % stride != 0) ? noise : special;
   }
 }
 
@@ -310,6 +230,12 @@ class Session {
       : in_(data, size), engine_(engine) {}
 
   std::vector<double> run() {
+    // Operations by the low six bits of an operation byte, modulo 11.
+    static constexpr void (Session::*kOperations[])(Plugin&) = {
+        &Session::dispatchAny,  &Session::setParameter,  &Session::setSampleRate,
+        &Session::processBlock, &Session::processBlock,  &Session::setProgramLong,
+        &Session::displayOf,    &Session::hostExtension, &Session::processSingle,
+        &Session::reserve,      &Session::reopen};
     const uint8_t setup = in_.byte();
     plugins_[0].open(setup & 1, engine_);
     if (setup & 2) plugins_[1].open(setup & 4, engine_);
@@ -317,46 +243,20 @@ class Session {
       const uint8_t code = in_.byte();
       Plugin& plugin = plugins_[code >> 7];
       if (!plugin.effect) plugin.open(code & 0x40, engine_);
-      switch ((code & 0x3f) % 11) {
-        case 0:
-          dispatchAny(plugin);
-          break;
-        case 1:
-          setParameter(plugin);
-          break;
-        case 2:
-          setSampleRate(plugin);
-          break;
-        case 3:
-        case 4:
-          processBlock(plugin);
-          break;
-        case 5:
-          setProgramLong(plugin);
-          break;
-        case 6:
-          displayOf(plugin);
-          break;
-        case 7:
-          hostExtension(plugin);
-          break;
-        case 8:
-          processSingle(plugin);
-          break;
-        case 9:
-          veltrax::reserveBlockCapacity(plugin.effect, blockLength());
-          break;
-        default:
-          plugin.close();
-          plugin.open(code & 0x40, engine_);
-          break;
-      }
+      code_ = code;
+      (this->*kOperations[(code & 0x3f) % std::size(kOperations)])(plugin);
     }
     for (Plugin& plugin : plugins_) plugin.close();
     return std::move(audio_);
   }
 
  private:
+  void reserve(Plugin& plugin) { veltrax::reserveBlockCapacity(plugin.effect, blockLength()); }
+  void reopen(Plugin& plugin) {
+    plugin.close();
+    plugin.open(code_ & 0x40, engine_);  // the same entry function choice as the operation byte
+  }
+
   void dispatchAny(Plugin& plugin) {
     const int32_t opcode = in_.byte() % 101;
     const int32_t index = in_.pick(kIndexes);
@@ -455,14 +355,14 @@ class Session {
   void hostExtension(Plugin& plugin) {
     static const int32_t kAnswers[] = {1, 1, 1, 1, 0, 0, -1};  // jack and signal counts
     void* object = plugin.effect->object;
-    const int slot = kSlotFirstExtension + in_.byte() % 11;
+    const int slot = kSlotGetNumOfInJacks + in_.byte() % 11;
     const int32_t jack = in_.pick(kIndexes);
-    if (slot <= kSlotFirstExtension + 1 || slot == kSlotFirstExtension + 6) {
-      check(callVirtualSlot<int32_t>(object, slot) == kAnswers[slot - kSlotFirstExtension],
+    if (slot <= kSlotGetNumOfOutJacks || slot == kSlotGetDryInSigNum) {
+      check(callVirtualSlot<int32_t>(object, slot) == kAnswers[slot - kSlotGetNumOfInJacks],
             "jack count");
     } else if (slot < kSlotSetListner) {
       check(callVirtualSlot<int32_t, int32_t>(object, slot, jack) ==
-                kAnswers[slot - kSlotFirstExtension],
+                kAnswers[slot - kSlotGetNumOfInJacks],
             "signal count");
     } else if (slot == kSlotSetListner) {
       auto listener = zeroed(64);
@@ -529,6 +429,7 @@ class Session {
 
   ByteStream in_;
   veltrax::Engine engine_;
+  uint8_t code_ = 0;  // the operation byte being decoded
   Plugin plugins_[2];
   std::vector<double> audio_;
 };

@@ -194,8 +194,6 @@ TEST(Soak, AutomatedAudioStaysFiniteBoundedAndDeterministic) {
       std::mismatch(first.blockHashes.begin(), first.blockHashes.end(), second.blockHashes.begin());
   EXPECT_TRUE(mismatch.first == first.blockHashes.end())
       << "outputs differ from block " << (mismatch.first - first.blockHashes.begin());
-  RecordProperty("samples", std::to_string(first.samples));
-  RecordProperty("blocks", std::to_string(first.blockHashes.size()));
   std::printf("soak: %lld samples (%lld s at 48 kHz) in %zu blocks, effect path peak %.3f\n",
               static_cast<long long>(first.samples), static_cast<long long>(seconds),
               first.blockHashes.size(), first.effectPeak);

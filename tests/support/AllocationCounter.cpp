@@ -141,59 +141,42 @@ VELTRAX_INTERPOSE void* valloc(size_t bytes) {
 }
 
 // operator new/delete: allocate through the C functions above (counted once
-// there), with the C++ failure rules.
+// there), with the C++ failure rules; alignment 0 is the default alignment.
 namespace {
-void* newOrThrow(size_t bytes) {
+void* newOrThrow(size_t bytes, size_t alignment = 0) {
   for (;;) {
-    if (void* p = malloc(bytes != 0 ? bytes : 1)) return p;
+    if (bytes == 0) bytes = 1;
+    if (void* p = alignment == 0
+                      ? malloc(bytes)
+                      : memalign(alignment < sizeof(void*) ? sizeof(void*) : alignment, bytes))
+      return p;
     std::new_handler handler = std::get_new_handler();
     if (handler == nullptr) throw std::bad_alloc();
     handler();
   }
 }
-void* alignedNewOrThrow(size_t bytes, std::align_val_t alignment) {
-  const auto a = static_cast<size_t>(alignment);
-  for (;;) {
-    if (void* p = memalign(a < sizeof(void*) ? sizeof(void*) : a, bytes != 0 ? bytes : 1)) return p;
-    std::new_handler handler = std::get_new_handler();
-    if (handler == nullptr) throw std::bad_alloc();
-    handler();
+void* newOrNull(size_t bytes, size_t alignment = 0) noexcept {
+  try {
+    return newOrThrow(bytes, alignment);
+  } catch (...) {
+    return nullptr;
   }
 }
+size_t size(std::align_val_t alignment) { return static_cast<size_t>(alignment); }
 }  // namespace
 
 #define VELTRAX_NEW __attribute__((visibility("default")))
 VELTRAX_NEW void* operator new(size_t n) { return newOrThrow(n); }
 VELTRAX_NEW void* operator new[](size_t n) { return newOrThrow(n); }
-VELTRAX_NEW void* operator new(size_t n, const std::nothrow_t&) noexcept {
-  try {
-    return newOrThrow(n);
-  } catch (...) {
-    return nullptr;
-  }
-}
-VELTRAX_NEW void* operator new[](size_t n, const std::nothrow_t&) noexcept {
-  try {
-    return newOrThrow(n);
-  } catch (...) {
-    return nullptr;
-  }
-}
-VELTRAX_NEW void* operator new(size_t n, std::align_val_t a) { return alignedNewOrThrow(n, a); }
-VELTRAX_NEW void* operator new[](size_t n, std::align_val_t a) { return alignedNewOrThrow(n, a); }
+VELTRAX_NEW void* operator new(size_t n, const std::nothrow_t&) noexcept { return newOrNull(n); }
+VELTRAX_NEW void* operator new[](size_t n, const std::nothrow_t&) noexcept { return newOrNull(n); }
+VELTRAX_NEW void* operator new(size_t n, std::align_val_t a) { return newOrThrow(n, size(a)); }
+VELTRAX_NEW void* operator new[](size_t n, std::align_val_t a) { return newOrThrow(n, size(a)); }
 VELTRAX_NEW void* operator new(size_t n, std::align_val_t a, const std::nothrow_t&) noexcept {
-  try {
-    return alignedNewOrThrow(n, a);
-  } catch (...) {
-    return nullptr;
-  }
+  return newOrNull(n, size(a));
 }
 VELTRAX_NEW void* operator new[](size_t n, std::align_val_t a, const std::nothrow_t&) noexcept {
-  try {
-    return alignedNewOrThrow(n, a);
-  } catch (...) {
-    return nullptr;
-  }
+  return newOrNull(n, size(a));
 }
 VELTRAX_NEW void operator delete(void* p) noexcept { free(p); }
 VELTRAX_NEW void operator delete[](void* p) noexcept { free(p); }
