@@ -139,11 +139,6 @@ std::vector<float> guitarLike(double rate, size_t frames) {
   return out;
 }
 
-std::vector<float> sine(double frequency, double amplitude, double rate, size_t frames) {
-  const std::vector<double> s = testhost::sine(frequency, amplitude, rate, frames);
-  return std::vector<float>(s.begin(), s.end());
-}
-
 long firstDifference(const std::vector<float>& a, const std::vector<float>& b) {
   if (a.size() != b.size()) return static_cast<long>(std::min(a.size(), b.size()));
   for (size_t i = 0; i < a.size(); ++i)

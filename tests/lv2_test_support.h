@@ -52,7 +52,6 @@ std::vector<float> renderModule(double rate, uint32_t maxBlockLength,
 
 // Test signals, single precision like LV2 audio ports.
 std::vector<float> guitarLike(double rate, size_t frames);  // decaying notes over low noise
-std::vector<float> sine(double frequency, double amplitude, double rate, size_t frames);
 
 // Index of the first sample where the two differ bit for bit, or -1.
 long firstDifference(const std::vector<float>& a, const std::vector<float>& b);

@@ -54,13 +54,6 @@ void Instance::processInPlace(double* buffer, int32_t n) const {
   effect_->processDoubleReplacing(effect_, &buffer, &buffer, n);
 }
 
-std::vector<double> sine(double frequency, double amplitude, double rate, size_t length) {
-  std::vector<double> out(length);
-  for (size_t i = 0; i < length; ++i)
-    out[i] = amplitude * std::sin(2.0 * M_PI * frequency * static_cast<double>(i) / rate);
-  return out;
-}
-
 std::vector<double> noise(double amplitude, size_t length, uint32_t seed) {
   std::mt19937 generator(seed);
   std::uniform_real_distribution<double> uniform(-amplitude, amplitude);

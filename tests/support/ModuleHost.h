@@ -34,7 +34,6 @@ class Module {
 
   EntryFunction getinterface() const { return getinterface_; }
   EntryFunction qTypeIF() const { return qTypeIF_; }
-  void* symbol(const char* name) const { return dlsym(handle_, name); }
 
  private:
   void* handle_ = nullptr;
@@ -74,8 +73,7 @@ class Instance {
   AEffect* effect_ = nullptr;
 };
 
-// Test signals.
-std::vector<double> sine(double frequency, double amplitude, double rate, size_t length);
+// White noise, uniform in -amplitude .. amplitude.
 std::vector<double> noise(double amplitude, size_t length, uint32_t seed = 1);
 
 // Bit-for-bit equality, NaN equal to NaN of any payload.
