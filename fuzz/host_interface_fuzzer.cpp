@@ -115,10 +115,10 @@ intptr_t host(AEffect*, int32_t opcode, int32_t, intptr_t, void*, float) {
 
 constexpr char kUnwritten = 0x7f;
 
-// Zero-filled heap bytes, exactly `size` of them.
-std::unique_ptr<char[]> zeroed(size_t size) {
+// Heap bytes, exactly `size` of them, all `fill`.
+std::unique_ptr<char[]> zeroed(size_t size, char fill = 0) {
   auto buffer = std::make_unique<char[]>(size);
-  std::memset(buffer.get(), 0, size);
+  std::memset(buffer.get(), fill, size);
   return buffer;
 }
 
@@ -274,8 +274,7 @@ class Session {
     }
 
     if (const size_t size = textBufferSize(opcode)) {
-      auto text = zeroed(size);
-      std::memset(text.get(), kUnwritten, size);
+      auto text = zeroed(size, kUnwritten);
       plugin.dispatch(opcode, index, value, text.get(), opt);
       checkTextWrite(text.get(), size, "text query left its buffer unterminated");
     } else if (opcode == effSetProgramName || opcode == effString2Parameter || opcode == effCanDo) {
@@ -298,14 +297,12 @@ class Session {
       void* input = nullptr;
       void* output = nullptr;
       plugin.dispatch(opcode, index, reinterpret_cast<intptr_t>(&input), &output, opt);
-    } else if (takesRecord(opcode)) {
-      auto record = zeroed(256);
-      plugin.dispatch(opcode, index, value, record.get(), opt);
     } else {
-      // Opcodes without a pointer argument: null, or a scratch record a
-      // careless host might pass along.
-      auto scratch = zeroed(256);
-      plugin.dispatch(opcode, index, value, nullPointer ? nullptr : scratch.get(), opt);
+      // A record of 256 bytes; opcodes without a pointer argument get null or
+      // that scratch record, as a careless host might pass along.
+      auto record = zeroed(256);
+      const bool none = nullPointer && !takesRecord(opcode);
+      plugin.dispatch(opcode, index, value, none ? nullptr : record.get(), opt);
     }
 
     const intptr_t program = plugin.dispatch(effGetProgram, 0, 0, nullptr, 0.0f);
@@ -342,8 +339,7 @@ class Session {
   void displayOf(Plugin& plugin) {
     const int32_t index = in_.pick(kIndexes);
     const float value = in_.pick(kFloats);
-    auto text = zeroed(kParamTextBufferSize);
-    std::memset(text.get(), kUnwritten, kParamTextBufferSize);
+    auto text = zeroed(kParamTextBufferSize, kUnwritten);
     callVirtualSlot<void, int32_t, float, char*>(plugin.effect->object, kSlotGetParameterDisplayOf,
                                                  index, value, text.get());
     checkTextWrite(text.get(), kParamTextBufferSize,

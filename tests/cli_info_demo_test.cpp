@@ -62,9 +62,7 @@ TEST(CliDemo, WritesTheRendersFiguresAndASummary) {
   const std::string out = dir.file("demo");
   const auto run = runCli({"demo", out});
   ASSERT_EQ(run.exitCode, 0) << run.err;
-  const auto dry = readAudio(out + "/dry.wav");
-  EXPECT_EQ(dry.info.samplerate, 48000);
-  EXPECT_NEAR(static_cast<double>(dry.info.frames) / 48000.0, 8.5, 0.01);
+  const auto dry = readAudio(out + "/dry.wav");  // the riff itself: cli_signal_analysis_test
   for (const char* preset : kPresets) {
     SCOPED_TRACE(preset);
     EXPECT_THAT(run.out, HasSubstr(preset));

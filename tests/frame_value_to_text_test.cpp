@@ -24,6 +24,10 @@ struct TextCase {
   const char* text;
 };
 const double kInf = INFINITY, kNaN = NAN;
+// The helpers that take a float, in the order of Helper from Float on.
+void (AudioEffect::*const kFloatHelpers[])(float, char*, int32_t) = {
+    &AudioEffect::float2string, &AudioEffect::dB2string, &AudioEffect::Hz2string,
+    &AudioEffect::ms2string};
 
 const TextCase cases[] = {
     {Int, 0, 8, "0"},
@@ -80,24 +84,10 @@ TEST(FrameValueToText, ProducesTheExpectedTextWithinMaxLen) {
   for (const TextCase& c : cases) {
     char text[32];
     std::memset(text, '#', sizeof(text));
-    const float v = static_cast<float>(c.value);
-    switch (c.helper) {
-      case Int:
-        effect.int2string(static_cast<int32_t>(c.value), text, c.maxLen);
-        break;
-      case Float:
-        effect.float2string(v, text, c.maxLen);
-        break;
-      case Db:
-        effect.dB2string(v, text, c.maxLen);
-        break;
-      case Hz:
-        effect.Hz2string(v, text, c.maxLen);
-        break;
-      case Ms:
-        effect.ms2string(v, text, c.maxLen);
-        break;
-    }
+    if (c.helper == Int)
+      effect.int2string(static_cast<int32_t>(c.value), text, c.maxLen);
+    else
+      (effect.*kFloatHelpers[c.helper - Float])(static_cast<float>(c.value), text, c.maxLen);
     EXPECT_STREQ(text, c.text) << "helper " << c.helper << " value " << c.value << " maxLen "
                                << c.maxLen;
     EXPECT_EQ(text[c.maxLen + 1], '#') << "wrote past maxLen + 1 for value " << c.value;

@@ -8,8 +8,7 @@ import numpy as np
 
 CALLBACK = C.CFUNCTYPE(C.c_ssize_t, C.c_void_p, C.c_int32, C.c_int32, C.c_ssize_t, C.c_void_p,
                        C.c_float)
-DISPATCHER = C.CFUNCTYPE(C.c_ssize_t, C.c_void_p, C.c_int32, C.c_int32, C.c_ssize_t, C.c_void_p,
-                         C.c_float)
+DISPATCHER = CALLBACK  # the same signature
 SET_PARAMETER = C.CFUNCTYPE(None, C.c_void_p, C.c_int32, C.c_float)
 PROCESS_DOUBLE = C.CFUNCTYPE(None, C.c_void_p, C.POINTER(C.POINTER(C.c_double)),
                              C.POINTER(C.POINTER(C.c_double)), C.c_int32)

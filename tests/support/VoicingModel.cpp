@@ -44,6 +44,16 @@ constexpr double kClipScale = 800.0;                        // clamp range -> -0
 constexpr double kTanhSlope = 16.0;                         // the curve is tanh(16 h)
 constexpr double kOutputLevel = 0.35;
 
+// Knob tapers: control value for knob position x.
+double sustainGain(double x) { return 0.1 + 0.9 * x * x; }                  // 0.1 .. 1
+double volumeGain(double x) { return x * x * x; }                           // 0 .. 1
+double toneLevel(double x) { return 0.188364909 + 0.811635091 * (1 - x); }  // 1 .. 0.188364909
+double tonePeakHz(double x) { return 390 + 1710 * (1 - x) * (1 - x); }      // 2100 .. 390 Hz
+double tonePeakDb(double x) { return -6 + 6 * (1 - x) * (1 - x); }          // 0 .. -6 dB
+double toneShelfDb(double x) {
+  return 37 * (1 - (1 - x) * (1 - x));
+}  // 0 .. +37 dB, shelf at 12 kHz
+
 // Analog prototype (n0 + n1 s + n2 s^2) / (d0 + d1 s + d2 s^2).
 struct Prototype {
   double n0, n1, n2, d0, d1, d2;
@@ -102,13 +112,6 @@ void retune(Section& s, const Section& a, const Section& b, double w) {
 }
 
 }  // namespace
-
-double sustainGain(double x) { return 0.1 + 0.9 * x * x; }
-double volumeGain(double x) { return x * x * x; }
-double toneLevel(double x) { return 0.188364909 + 0.811635091 * (1 - x); }
-double tonePeakHz(double x) { return 390 + 1710 * (1 - x) * (1 - x); }
-double tonePeakDb(double x) { return -6 + 6 * (1 - x) * (1 - x); }
-double toneShelfDb(double x) { return 37 * (1 - (1 - x) * (1 - x)); }
 
 double Section::run(double x) {
   const double y = b0 * x + s1;

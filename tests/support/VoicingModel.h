@@ -17,14 +17,6 @@ struct Knobs {
   double volume = 0.5, tone = 0.5, sustain = 0.5;
 };
 
-// Knob tapers: control value for knob position x.
-double sustainGain(double x);  // 0.1 .. 1, linear
-double volumeGain(double x);   // 0 .. 1, linear
-double toneLevel(double x);    // 1 .. 0.188364909, linear
-double tonePeakHz(double x);   // 2100 .. 390 Hz
-double tonePeakDb(double x);   // 0 .. -6 dB
-double toneShelfDb(double x);  // 0 .. +37 dB, shelf at 12 kHz
-
 // Transposed direct form II section, b over a, a0 = 1.
 struct Section {
   double b0 = 1, b1 = 0, b2 = 0, a1 = 0, a2 = 0, s1 = 0, s2 = 0;
