@@ -49,34 +49,22 @@ class AllocationAudit : public ::testing::Test {
 void automate(const Instance& fx, int step) {
   char text[kProgramNameBufferSize];
   const float value = static_cast<float>(step % 11) / 10.0f;
-  switch (step % 8) {
-    case 0:
-      fx.setParameter(1, value);
-      break;  // volume ramp
-    case 1:
-      fx.setParameter(2, value);
-      break;  // tone glide
-    case 2:
-      fx.setParameter(3, value);
-      break;  // sustain ramp
-    case 3:
-      fx.setParameter(0, step % 16 < 8 ? 0.0f : 1.0f);
-      break;  // On/Off fade
-    case 4:
-      fx.setProgramLong(step % 16);
-      break;
-    case 5:
-      fx.dispatch(effSetProgram, 0, step % 16);
-      break;
-    case 6:
-      fx.getParameter(step % 4);
-      fx.dispatch(effGetParamDisplay, step % 4, 0, text);
-      callVirtualSlot<void, int32_t, float, char*>(fx.object(), kSlotGetParameterDisplayOf,
-                                                   step % 4, value, text);
-      break;
-    default:
-      fx.dispatch(effGetProgramName, 0, 0, text);
-      break;
+  const int kind = step % 8;
+  if (kind < 3) {
+    fx.setParameter(1 + kind, value);  // volume ramp, tone glide, sustain ramp
+  } else if (kind == 3) {
+    fx.setParameter(0, step % 16 < 8 ? 0.0f : 1.0f);  // On/Off fade
+  } else if (kind == 4) {
+    fx.setProgramLong(step % 16);
+  } else if (kind == 5) {
+    fx.dispatch(effSetProgram, 0, step % 16);
+  } else if (kind == 6) {
+    fx.getParameter(step % 4);
+    fx.dispatch(effGetParamDisplay, step % 4, 0, text);
+    callVirtualSlot<void, int32_t, float, char*>(fx.object(), kSlotGetParameterDisplayOf, step % 4,
+                                                 value, text);
+  } else {
+    fx.dispatch(effGetProgramName, 0, 0, text);
   }
 }
 

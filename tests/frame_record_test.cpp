@@ -46,16 +46,11 @@ struct EntryProbe : AudioEffectX {
     trace += what + ";";
     if (throwing) throw std::runtime_error(what);
   }
+  void enter(const char* what, int32_t n) { enter(what + (" " + std::to_string(n))); }
   void close() override { enter("close"); }
-  void processReplacing(float**, float**, int32_t n) override {
-    enter("float " + std::to_string(n));
-  }
-  void processDoubleReplacing(double**, double**, int32_t n) override {
-    enter("double " + std::to_string(n));
-  }
-  void __processDeprecated(float**, float**, int32_t n) override {
-    enter("accumulate " + std::to_string(n));
-  }
+  void processReplacing(float**, float**, int32_t n) override { enter("float", n); }
+  void processDoubleReplacing(double**, double**, int32_t n) override { enter("double", n); }
+  void __processDeprecated(float**, float**, int32_t n) override { enter("accumulate", n); }
   void setParameter(int32_t i, float v) override {
     enter("set " + std::to_string(i) + " " + std::to_string(v));
   }

@@ -32,20 +32,9 @@ class SegmentedSignal {
   double next() {
     if (remaining_ == 0) startSegment();
     --remaining_;
-    double x = 0.0;
-    switch (kind_) {
-      case Kind::silence:
-        break;
-      case Kind::sine:
-        x = amplitude_ * std::sin(phase_);
-        break;
-      case Kind::noise:
-        x = amplitude_ * uniform_(rng_);
-        break;
-      case Kind::pluck:
-        x = amplitude_ * std::sin(phase_) + 0.1 * amplitude_ * uniform_(rng_);
-        break;
-    }
+    double x = kind_ == Kind::sine || kind_ == Kind::pluck ? amplitude_ * std::sin(phase_) : 0.0;
+    if (kind_ == Kind::noise) x = amplitude_ * uniform_(rng_);
+    if (kind_ == Kind::pluck) x += 0.1 * amplitude_ * uniform_(rng_);
     phase_ += increment_;
     if (phase_ > 2.0 * M_PI) phase_ -= 2.0 * M_PI;
     if (kind_ == Kind::pluck) amplitude_ *= decay_;
