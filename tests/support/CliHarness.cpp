@@ -16,22 +16,9 @@
 #include <stdexcept>
 
 namespace cli_test {
-namespace {
-
-std::string slurp(int fd) {
-  std::string text;
-  char buffer[4096];
-  for (ssize_t got; (got = ::read(fd, buffer, sizeof buffer)) > 0;) text.append(buffer, got);
-  return text;
-}
-
-}  // namespace
 
 RunningCli::RunningCli(const std::vector<std::string>& arguments, const RunOptions& options) {
-  char pattern[] = "/tmp/veltrax-cli-capture-XXXXXX";
-  if (!::mkdtemp(pattern)) throw std::runtime_error("mkdtemp failed");
-  capture_ = pattern;
-  const std::string outPath = capture_ + "/stdout", errPath = capture_ + "/stderr";
+  const std::string outPath = capture_.file("stdout"), errPath = capture_.file("stderr");
   pid_ = ::fork();
   if (pid_ < 0) throw std::runtime_error("fork failed");
   if (pid_ > 0) return;
@@ -65,8 +52,6 @@ RunningCli::RunningCli(const std::vector<std::string>& arguments, const RunOptio
 
 RunningCli::~RunningCli() {
   if (pid_ > 0) wait();
-  std::error_code ignored;
-  std::filesystem::remove_all(capture_, ignored);
 }
 
 RunResult RunningCli::wait() {
@@ -75,12 +60,8 @@ RunResult RunningCli::wait() {
   pid_ = -1;
   RunResult result;
   result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  const int out = ::open((capture_ + "/stdout").c_str(), O_RDONLY);
-  const int err = ::open((capture_ + "/stderr").c_str(), O_RDONLY);
-  result.out = slurp(out);
-  result.err = slurp(err);
-  ::close(out);
-  ::close(err);
+  result.out = fileBytes(capture_.file("stdout"));
+  result.err = fileBytes(capture_.file("stderr"));
   return result;
 }
 

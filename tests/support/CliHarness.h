@@ -25,19 +25,6 @@ struct RunOptions {
 // VELTRAX_MODULE unless the arguments give --module).
 RunResult runCli(const std::vector<std::string>& arguments, const RunOptions& options = {});
 
-// The same in two steps, for tests that act while it runs.
-class RunningCli {
- public:
-  RunningCli(const std::vector<std::string>& arguments, const RunOptions& options = {});
-  ~RunningCli();
-  int pid() const { return pid_; }
-  RunResult wait();
-
- private:
-  int pid_ = -1;
-  std::string capture_;
-};
-
 // A fresh directory under /tmp, removed with its contents at the end.
 class ScratchDir {
  public:
@@ -49,6 +36,19 @@ class ScratchDir {
 
  private:
   std::string path_;
+};
+
+// runCli in two steps, for tests that act while the command runs.
+class RunningCli {
+ public:
+  RunningCli(const std::vector<std::string>& arguments, const RunOptions& options = {});
+  ~RunningCli();
+  int pid() const { return pid_; }
+  RunResult wait();
+
+ private:
+  int pid_ = -1;
+  ScratchDir capture_;  // the child's stdout and stderr
 };
 
 struct Audio {
