@@ -71,11 +71,10 @@ struct ExpectedTexts {
 
 // A host text query into a buffer of exactly the size hosts give, so that
 // a sanitizer build catches any write beyond it; false if unterminated.
-bool queryText(const Instance& fx, int32_t opcode, int32_t index, intptr_t value, size_t size,
-               std::string& text) {
+bool queryText(const Instance& fx, int32_t opcode, int32_t index, size_t size, std::string& text) {
   auto buffer = std::make_unique<char[]>(size);
   std::memset(buffer.get(), 0x7f, size);
-  fx.dispatch(opcode, index, value, buffer.get());
+  fx.dispatch(opcode, index, 0, buffer.get());
   if (!std::memchr(buffer.get(), 0, size)) return false;
   text = buffer.get();
   return true;
@@ -119,26 +118,25 @@ void controlThread(const Instance& fx, const ExpectedTexts& expected, int64_t it
                        std::to_string(fx.getParameter(p)));
         break;
       case 5:
-        if (!queryText(fx, effGetParamDisplay, p, 0, kParamTextBufferSize, text) ||
+        if (!queryText(fx, effGetParamDisplay, p, kParamTextBufferSize, text) ||
             !expected.displays[p].count(text))
           failures.add("display of parameter " + std::to_string(p) + ": '" + text + "'");
         break;
       case 6:
-        if (!queryText(fx, effGetParamName, p, 0, kParamTextBufferSize, text) ||
+        if (!queryText(fx, effGetParamName, p, kParamTextBufferSize, text) ||
             text != expected.names[p])
           failures.add("name of parameter " + std::to_string(p) + ": '" + text + "'");
         break;
       case 7: {
         const intptr_t current = fx.dispatch(effGetProgram);
         if (current < 0 || current > 15) failures.add("current program " + std::to_string(current));
-        if (!queryText(fx, effGetProgramName, 0, 0, kProgramNameBufferSize, text) ||
+        if (!queryText(fx, effGetProgramName, 0, kProgramNameBufferSize, text) ||
             !expected.programNames.count(text))
           failures.add("program name '" + text + "'");
         break;
       }
       default:
-        if (!queryText(fx, effGetProgramNameIndexed, program(rng), 0, kProgramNameBufferSize,
-                       text) ||
+        if (!queryText(fx, effGetProgramNameIndexed, program(rng), kProgramNameBufferSize, text) ||
             text != "Init")
           failures.add("indexed program name '" + text + "'");
         break;
