@@ -39,23 +39,6 @@ class RenderTest : public testing::Test {
   std::string out = dir.file("out.wav");
 };
 
-TEST_F(RenderTest, OffPassesTheInputThroughBitForBit) {
-  for (const char* block : {"512", "1", "4097"}) {
-    const auto run =
-        runCli({"render", in, out, "--off", "--preset", "doom", "--block", block, "--force"});
-    ASSERT_EQ(run.exitCode, 0) << run.err;
-    EXPECT_EQ(readAudio(out).channels, readAudio(in).channels) << "block " << block;
-  }
-  // PCM in, PCM out: the same integers come back.
-  const std::string pcm = dir.file("pcm.wav"), pcmOut = dir.file("pcm-out.wav");
-  writeAudio(pcm, {testSignal(kFrames, 220.0, kRate, 0.5)}, kRate,
-             SF_FORMAT_WAV | SF_FORMAT_PCM_16);
-  ASSERT_EQ(runCli({"render", pcm, pcmOut, "--off"}).exitCode, 0);
-  const Audio result = readAudio(pcmOut);
-  EXPECT_EQ(result.info.format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
-  EXPECT_EQ(result.channels, readAudio(pcm).channels);
-}
-
 TEST_F(RenderTest, KnobsAgreeAcrossScalesAndPresets) {
   // Doom is sustain 1.0, tone 0.15, volume 0.89.
   const std::string a = dir.file("a.wav"), b = dir.file("b.wav"), c = dir.file("c.wav");
@@ -173,16 +156,19 @@ TEST_F(RenderTest, TrimsAndNormalizeSetTheLevel) {
   }
 }
 
-// The default pre-roll settles the knob ramps before the first sample, so
-// the block length no longer shows in the output; without it the first
-// block's ramps do.
-TEST_F(RenderTest, PrerollMakesTheOutputIndependentOfTheBlockLength) {
+// The block length never shows: --off passes the input through bit for bit,
+// and the default pre-roll settles the knob ramps before the first sample,
+// so the effect's output is the same at any block length; without it the
+// first block's ramps show.
+TEST_F(RenderTest, BlockLengthNeverShowsWithThePrerollOrOff) {
   std::vector<std::vector<double>> renders;
   for (const std::vector<std::string>& extra : {std::vector<std::string>{"--block", "64"},
                                                 {"--block", "512"},
                                                 {"--block", "4097"},
                                                 {"--block", "64", "--no-preroll"},
-                                                {"--block", "512", "--no-preroll"}}) {
+                                                {"--block", "512", "--no-preroll"},
+                                                {"--block", "1", "--off"},
+                                                {"--block", "4097", "--off"}}) {
     std::vector<std::string> args{"render", in, out, "--force", "--preset", "doom"};
     args.insert(args.end(), extra.begin(), extra.end());
     ASSERT_EQ(runCli(args).exitCode, 0);
@@ -192,6 +178,16 @@ TEST_F(RenderTest, PrerollMakesTheOutputIndependentOfTheBlockLength) {
   EXPECT_EQ(renders[0], renders[2]);
   EXPECT_NE(renders[3], renders[4]);
   EXPECT_NE(renders[1], renders[4]);
+  for (size_t off : {5, 6}) EXPECT_EQ(renders[off], readAudio(in).channels[0]);
+
+  // PCM in, PCM out: the same integers come back.
+  const std::string pcm = dir.file("pcm.wav"), pcmOut = dir.file("pcm-out.wav");
+  writeAudio(pcm, {testSignal(kFrames, 220.0, kRate, 0.5)}, kRate,
+             SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+  ASSERT_EQ(runCli({"render", pcm, pcmOut, "--off"}).exitCode, 0);
+  const Audio result = readAudio(pcmOut);
+  EXPECT_EQ(result.info.format, SF_FORMAT_WAV | SF_FORMAT_PCM_16);
+  EXPECT_EQ(result.channels, readAudio(pcm).channels);
 }
 
 // `-` reads standard input and writes standard output; the file that comes

@@ -49,16 +49,13 @@ TEST(Lv2Bundle, IdentityAsAHostReadsIt) {
                LV2_CORE__DistortionPlugin);
   EXPECT_FALSE(lilv_plugin_has_latency(p));
 
-  const struct {
-    const char* property;
-    int expected;
-  } versions[] = {{LV2_CORE__minorVersion, VELTRAX_VERSION_MINOR},
-                  {LV2_CORE__microVersion, VELTRAX_VERSION_MICRO}};
-  for (const auto& v : versions) {
-    Node predicate = uri(v.property);
+  for (const auto& [property, expected] :
+       {std::pair{LV2_CORE__minorVersion, VELTRAX_VERSION_MINOR},
+        std::pair{LV2_CORE__microVersion, VELTRAX_VERSION_MICRO}}) {
+    Node predicate = uri(property);
     LilvNodes* values = lilv_plugin_get_value(p, predicate.get());
-    ASSERT_EQ(lilv_nodes_size(values), 1u) << v.property;
-    EXPECT_EQ(lilv_node_as_int(lilv_nodes_get_first(values)), v.expected) << v.property;
+    ASSERT_EQ(lilv_nodes_size(values), 1u) << property;
+    EXPECT_EQ(lilv_node_as_int(lilv_nodes_get_first(values)), expected) << property;
     lilv_nodes_free(values);
   }
 }
