@@ -11,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <random>
+#include <string_view>
 
 #include "support/ModuleHost.h"
 #include "support/OutputBound.h"
@@ -105,15 +106,13 @@ class HostScript {
   bool on_ = true;
 };
 
-uint64_t hashSamples(const double* samples, size_t n) {
-  uint64_t hash = 14695981039346656037ull;  // FNV-1a over the sample bytes
-  const auto* bytes = reinterpret_cast<const unsigned char*>(samples);
-  for (size_t i = 0; i < n * sizeof(double); ++i) hash = (hash ^ bytes[i]) * 1099511628211ull;
-  return hash;
+size_t hashSamples(const double* samples, size_t n) {  // of the sample bytes
+  return std::hash<std::string_view>{}(
+      {reinterpret_cast<const char*>(samples), n * sizeof(double)});
 }
 
 struct SoakResult {
-  std::vector<uint64_t> blockHashes;
+  std::vector<size_t> blockHashes;
   int64_t samples = 0;
   int64_t nonFinite = 0;
   int64_t aboveBound = 0;   // samples louder than both their input and kEffectPathBound
