@@ -89,10 +89,7 @@ TEST_F(RenderTest, LossyFormatsInAndOut) {
   for (const auto& [name, format] :
        {std::pair{"out.mp3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III},
         std::pair{"out.opus", SF_FORMAT_OGG | SF_FORMAT_OPUS}}) {
-    SF_INFO probe{};
-    probe.format = format;
-    probe.channels = 1;
-    probe.samplerate = 48000;
+    SF_INFO probe{0, 48000, 1, format, 0, 0};  // frames, rate, channels, format, ...
     const auto run = runCli({"render", in48, dir.file(name)});
     if (sf_format_check(&probe) == 0) {
       EXPECT_EQ(run.exitCode, 1) << name;
