@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <utility>
@@ -24,13 +25,10 @@ namespace {
 
 using namespace veltrax::lv2;
 
-struct Node {
-  explicit Node(LilvNode* n) : node(n) {}
-  ~Node() { lilv_node_free(node); }
-  Node(const Node&) = delete;
-  LilvNode* node;
-  LilvNode* get() const { return node; }
+struct FreeNode {
+  void operator()(LilvNode* node) const { lilv_node_free(node); }
 };
+using Node = std::unique_ptr<LilvNode, FreeNode>;  // a node the caller owns
 
 Node uri(const char* text) { return Node(lilv_new_uri(lv2test::world().lilv(), text)); }
 
