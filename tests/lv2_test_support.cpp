@@ -59,12 +59,6 @@ std::vector<Block> varyingBlocks(size_t frames, uint32_t maxLength, uint32_t see
   return plan;
 }
 
-size_t totalFrames(const std::vector<Block>& plan) {
-  size_t n = 0;
-  for (const Block& b : plan) n += b.length;
-  return n;
-}
-
 std::vector<float> renderLv2(Lv2Instance& instance, const std::vector<float>& input,
                              const std::vector<Block>& plan, bool inPlace) {
   std::vector<float> out(input.size());

@@ -36,7 +36,6 @@ std::vector<Block> evenBlocks(size_t frames, uint32_t length);
 // Blocks of pseudo-random lengths in 1..maxLength covering `frames`; the first
 // ones are 1, maxLength, 2 and maxLength - 1.
 std::vector<Block> varyingBlocks(size_t frames, uint32_t maxLength, uint32_t seed);
-size_t totalFrames(const std::vector<Block>& plan);
 
 // Through an activated LV2 instance; with `inPlace` the host hands the plug-in
 // one buffer as both input and output.
