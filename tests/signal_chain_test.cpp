@@ -18,9 +18,10 @@ constexpr double kRate = 44100.0;
 
 // Rates below 62.5 Hz, from 2^31 Hz up (whose truncation does not fit an
 // int32_t), a denormal, and not a number.
-const float kInvalidRates[] = {0.0f, -0.0f, -48000.0f, 62.4f, std::nextafter(62.5f, 0.0f),
-                               2147483648.0f, 1e10f, FLT_MAX, FLT_MIN, 1e-40f, INFINITY,
-                               -INFINITY, NAN};
+const float kInvalidRates[] = {
+    0.0f,          -0.0f,     -48000.0f, 62.4f,   std::nextafter(62.5f, 0.0f),
+    2147483648.0f, 1e10f,     FLT_MAX,   FLT_MIN, 1e-40f,
+    INFINITY,      -INFINITY, NAN};
 
 class SignalChain : public ::testing::Test {
  protected:
