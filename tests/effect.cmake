@@ -21,5 +21,6 @@ veltrax_test(out_of_memory_test SOURCES out_of_memory_test.cpp LIBS veltrax_effe
 # The voicing against an independent model of the circuit (support/VoicingModel).
 add_library(veltrax_voicing_model STATIC support/VoicingModel.cpp)
 target_include_directories(veltrax_voicing_model PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
-veltrax_test(voicing_levels_test SOURCES voicing_levels_test.cpp
-             LIBS veltrax_module_host veltrax_voicing_model LABELS voicing)
+foreach(area voicing_response voicing_levels)
+  veltrax_test(${area}_test SOURCES ${area}_test.cpp LIBS veltrax_module_host veltrax_voicing_model LABELS voicing)
+endforeach()

@@ -6,7 +6,6 @@
 
 #include <cmath>
 #include <map>
-#include <memory>
 #include <set>
 #include <string>
 #include <utility>
@@ -25,10 +24,13 @@ namespace {
 
 using namespace veltrax::lv2;
 
-struct FreeNode {
-  void operator()(LilvNode* node) const { lilv_node_free(node); }
+struct Node {
+  explicit Node(LilvNode* n) : node(n) {}
+  ~Node() { lilv_node_free(node); }
+  Node(const Node&) = delete;
+  LilvNode* node;
+  LilvNode* get() const { return node; }
 };
-using Node = std::unique_ptr<LilvNode, FreeNode>;  // a node the caller owns
 
 Node uri(const char* text) { return Node(lilv_new_uri(lv2test::world().lilv(), text)); }
 
