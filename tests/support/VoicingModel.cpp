@@ -6,6 +6,8 @@
 namespace voicing {
 namespace {
 
+using Complex = std::complex<double>;
+
 // One filter section: type code (0 low-pass, 1 high-pass, 10 peaking,
 // 12 first-order high shelf), frequency in Hz, q, gain in dB.
 struct Stage {
@@ -44,16 +46,6 @@ constexpr double kClipScale = 800.0;                        // clamp range -> -0
 constexpr double kTanhSlope = 16.0;                         // the curve is tanh(16 h)
 constexpr double kOutputLevel = 0.35;
 
-// Knob tapers: control value for knob position x.
-double sustainGain(double x) { return 0.1 + 0.9 * x * x; }                  // 0.1 .. 1
-double volumeGain(double x) { return x * x * x; }                           // 0 .. 1
-double toneLevel(double x) { return 0.188364909 + 0.811635091 * (1 - x); }  // 1 .. 0.188364909
-double tonePeakHz(double x) { return 390 + 1710 * (1 - x) * (1 - x); }      // 2100 .. 390 Hz
-double tonePeakDb(double x) { return -6 + 6 * (1 - x) * (1 - x); }          // 0 .. -6 dB
-double toneShelfDb(double x) {
-  return 37 * (1 - (1 - x) * (1 - x));
-}  // 0 .. +37 dB, shelf at 12 kHz
-
 // Analog prototype (n0 + n1 s + n2 s^2) / (d0 + d1 s + d2 s^2).
 struct Prototype {
   double n0, n1, n2, d0, d1, d2;
@@ -76,6 +68,29 @@ Prototype prototype(const Stage& s) {
 }
 
 double warp(double f, double rate) { return std::tan(M_PI * std::fmin(f, rate / 2) / rate); }
+
+// Section response at f: the prototype at s = j tan(pi f / rate) / K.
+Complex response(const Stage& s, double rate, double f) {
+  const Prototype p = prototype(s);
+  const Complex x(0.0, std::tan(M_PI * f / rate) / warp(s.f, rate));
+  return (p.n0 + x * (p.n1 + x * p.n2)) / (p.d0 + x * (p.d1 + x * p.d2));
+}
+
+Complex cascade(const std::vector<Stage>& stages, double rate, double f) {
+  Complex h = 1.0;
+  for (const Stage& s : stages) h *= response(s, rate, f);
+  return h;
+}
+
+Complex oversamplingResponse(const OversamplingSet& set, double rate, double f) {
+  const Complex zInverse = std::polar(1.0, -2.0 * M_PI * f / rate);
+  Complex num = 0.0, den = 1.0, power = 1.0;
+  for (int k = 0; k < 6; ++k, power *= zInverse) {
+    num += set.f[k] * power;
+    if (k < 5) den -= set.c[k] * power * zInverse;
+  }
+  return num / den;
+}
 
 // Bilinear image of the prototype, first order when it has no s^2 terms.
 Section design(const Stage& s, double rate) {
@@ -112,6 +127,29 @@ void retune(Section& s, const Section& a, const Section& b, double w) {
 }
 
 }  // namespace
+
+double sustainGain(double x) { return 0.1 + 0.9 * x * x; }
+double volumeGain(double x) { return x * x * x; }
+double toneLevel(double x) { return 0.188364909 + 0.811635091 * (1 - x); }
+double tonePeakHz(double x) { return 390 + 1710 * (1 - x) * (1 - x); }
+double tonePeakDb(double x) { return -6 + 6 * (1 - x) * (1 - x); }
+double toneShelfDb(double x) { return 37 * (1 - (1 - x) * (1 - x)); }
+
+Complex effectPathResponse(double rate, const Knobs& knobs, double f) {
+  const double fast = 4 * rate;
+  Complex section = 0.0;  // zero insertion, clipper slope, decimation by four
+  for (int m = 0; m < 4; ++m) {
+    const double image = f - m * rate;
+    const Complex os = oversamplingResponse(oversamplingSet(rate), fast, image);
+    section += os * os * kClipScale * kTanhSlope * cascade(kPost, fast, image) / 4.0;
+  }
+  std::vector<Stage> power = kPower;
+  power[2] = tonePeak(knobs.tone);
+  power[3] = toneShelf(knobs.tone);
+  return cascade(kPre, rate, f) * sustainGain(knobs.sustain) * section * toneLevel(knobs.tone) *
+         cascade(power, rate, f) * cascade(kRevise, rate, f) * volumeGain(knobs.volume) *
+         kOutputLevel;
+}
 
 double Section::run(double x) {
   const double y = b0 * x + s1;

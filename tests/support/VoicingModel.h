@@ -8,6 +8,7 @@
 #pragma once
 
 #include <array>
+#include <complex>
 #include <vector>
 
 namespace voicing {
@@ -16,6 +17,19 @@ namespace voicing {
 struct Knobs {
   double volume = 0.5, tone = 0.5, sustain = 0.5;
 };
+
+// Knob tapers: control value for knob position x.
+double sustainGain(double x);  // 0.1 .. 1, linear
+double volumeGain(double x);   // 0 .. 1, linear
+double toneLevel(double x);    // 1 .. 0.188364909, linear
+double tonePeakHz(double x);   // 2100 .. 390 Hz
+double tonePeakDb(double x);   // 0 .. -6 dB
+double toneShelfDb(double x);  // 0 .. +37 dB, shelf at 12 kHz
+
+// Small-signal transfer of the effect path (switch on, knobs settled) at f Hz,
+// clipper in its linear range: the oversampled section is averaged over the
+// four images that decimation folds onto f.
+std::complex<double> effectPathResponse(double rate, const Knobs& knobs, double f);
 
 // Transposed direct form II section, b over a, a0 = 1.
 struct Section {
