@@ -369,19 +369,30 @@ struct Kernel {
     for (int i = 0; i < kPostCount; ++i) s[i] = post[i];
     const V hi = splat(0.00125), lo = splat(-0.001), one = splat(1.0), minusOne = splat(-1.0);
     const int n = to - from;
-    for (int j = 0; j < n; ++j) {
+    static_assert(kPostCount == 2, "the shaper's pipeline has a stage per post section");
+    V first[kOversampling] = {};  // post section 0's output, one step earlier
+    runSkewed<1>(n, [&](int step, auto edge) LANE_INLINE_LAMBDA {
+      constexpr bool Edge = decltype(edge)::value;
+      const int j = step - 1;
+      if (!Edge || inChunk(j)) {
 #pragma GCC unroll 4
-      for (int p = 0; p < kOversampling; ++p) {
-        const V y = sub[j][p];
-        V h = y > hi ? hi : (y > lo ? y : lo);
-        h = h * splat(800.0);
-        for (int i = 0; i < kPostCount; ++i) h = s[i].run(h);
-        h = h > one ? one : (h > minusOne ? h : minusOne);
-        const V pos = scale + h * scale;
-        sub[j][p] = pos;
-        entry[j][p] = __builtin_convertvector(pos, I);
+        for (int p = 0; p < kOversampling; ++p) {
+          V h = s[1].run(first[p]);
+          h = h > one ? one : (h > minusOne ? h : minusOne);
+          const V pos = scale + h * scale;
+          sub[j][p] = pos;
+          entry[j][p] = __builtin_convertvector(pos, I);
+        }
       }
-    }
+      if (!Edge || inChunk(step)) {
+#pragma GCC unroll 4
+        for (int p = 0; p < kOversampling; ++p) {
+          const V y = sub[step][p];
+          const V h = y > hi ? hi : (y > lo ? y : lo);
+          first[p] = s[0].run(h * splat(800.0));
+        }
+      }
+    });
     for (int i = 0; i < kPostCount; ++i) post[i] = s[i];
     for (int j = 0; j < n; ++j) {
 #pragma GCC unroll 4
