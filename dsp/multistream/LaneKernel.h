@@ -8,21 +8,17 @@
 // loop, in the same order, with no term left out, so every value is the plain
 // loop's to the bit. Only the schedule differs. The sections and their
 // counts come from the chain's description (dsp/ChainShape.h). A block runs in
-// chunks of samples, each chunk in three passes:
+// chunks of 64 samples, each chunk in four passes, each small enough for its
+// filter states to stay in the vector registers:
 //
-//   front    a software pipeline: at step s pre section k works on sample
-//            s - k, drive and interpolation on s - (pre sections), the first
-//            clamp, x800 and post section 0 on the sample after that
-//   shaper   sample by sample: the other post sections, second clamp, table
-//   back     a software pipeline: decimation, tone level and the first group
-//            of three power/revise sections on sample s, group g on s - g,
-//            volume, output level and the switch after the last group
+//   interpolate  pre cascade, drive, four-times interpolation     in  -> sub
+//   shape        clamp, x800, post cascade, clamp, tanh table       sub -> sub
+//   decimate     decimation, tone level, power cascade            sub -> mid
+//   output       revise cascade, volume, output level, switch     mid -> out
 //
-// In a pipeline every stage reads what the stage before it produced in the
-// previous step, so the stages of a step do not wait for each other; each
-// stage owns its state alone, so this changes no value. The first and last
-// steps of a pass are edge steps, in which stages without a sample leave
-// their state alone.
+// Each pass is a software pipeline (runSkewed): a section works one sample
+// behind the one before it, so the operations of a step do not wait for each
+// other. Coefficients are read from memory where they are used.
 #include <cstddef>
 #include <cstdint>
 
@@ -260,7 +256,7 @@ LANE_INLINE void runSkewed(int n, Step&& step) {
 // Kernel::coefficients): each value is then an operand of the instruction
 // that uses it, and the registers stay free for the filter states.
 struct Coefficients {
-  V pre[kPreCount][5], cascade[kCascadeSections][5], post[kPostCount][5];
+  V pre[kPreCount][5], cascade[kCascadeSections][5];
   V f[6], c[5];  // the oversampling filter's feedforward and feedback
 };
 
@@ -293,7 +289,6 @@ struct Kernel {
     for (int i = 0; i < 5; ++i) {
       for (int k = 0; k < kPreCount; ++k) coef.pre[k][i] = pre[k].c[i];
       for (int k = 0; k < kCascadeSections; ++k) coef.cascade[k][i] = cascade[k].c[i];
-      for (int k = 0; k < kPostCount; ++k) coef.post[k][i] = post[k].c[i];
     }
     up.load(st.osUp);
     down.load(st.osDown);
