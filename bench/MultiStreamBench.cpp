@@ -90,21 +90,22 @@ void multiStream(benchmark::State& state, ms::KernelChoice kernel, int streams, 
 // so a step (one sample of every lane) issues at least this many vector
 // operations on the floating-point pipes (arithmetic, compares, selects,
 // conversions and the table reads' shuffles), counted from the code:
+namespace chain = veltrax::chain;
 constexpr int kSection = 9;  // y = b0 x + z1; z1 = (b1 x + z2) + a1 y; z2 = b2 x + a2 y
-constexpr int kOversamplingRow =
-    22;                   // y = f0 v + s0; s_k = (f_(k+1) v + c_k y) + s_(k+1), k = 0..4
-constexpr int kRamp = 2;  // start + k * slope
+constexpr int kRow = 22;     // y = f0 v + s0; s_k = (f_(k+1) v + c_k y) + s_(k+1), k = 0..4
+constexpr int kRamp = 2;     // start + k * slope
+// Per sub-sample of the shaper: clamp 4, x800 1, the post cascade, clamp 4,
+// table position 2, conversions 2, interpolation 4, the table pairs sorted
+// into two vectors 8.
 constexpr int kShaperSubSample =
-    4 + 1 + veltrax::chain::kCascades[veltrax::chain::kPost].sections * kSection + 4 + 2 + 2 + 4 +
-    8;  // clamp, x800, post cascade, clamp, table position, conversions,
-        // interpolation, the table pairs sorted into two vectors
-constexpr int kOperationsPerStep = (veltrax::chain::kCascades[veltrax::chain::kPre].sections +
-                                    veltrax::chain::kCascades[veltrax::chain::kPower].sections +
-                                    veltrax::chain::kCascades[veltrax::chain::kRevise].sections) *
-                                       kSection +
-                                   2 * veltrax::chain::kOversampling * kOversamplingRow +
-                                   veltrax::chain::kOversampling * kShaperSubSample +
-                                   (kRamp + 1) * 3 + 1;  // drive, tone, volume; level
+    4 + 1 + chain::kCascades[chain::kPost].sections * kSection + 4 + 2 + 2 + 4 + 8;
+constexpr int kFullRateSections = chain::kCascades[chain::kPre].sections +
+                                  chain::kCascades[chain::kPower].sections +
+                                  chain::kCascades[chain::kRevise].sections;
+constexpr int kOperationsPerStep = kFullRateSections * kSection +
+                                   2 * chain::kOversampling * kRow +  // interpolation, decimation
+                                   chain::kOversampling * kShaperSubSample + 3 * (kRamp + 1) +
+                                   1;  // drive, tone, volume; output level
 
 // The processor's peak rate of independent vector multiplications and
 // additions, half each (as in the chain), on Pairs pairs of accumulators:
