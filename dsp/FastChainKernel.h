@@ -3,8 +3,8 @@
 // the kernel it exports) and FAST_CHAIN_LANES (8: 512-bit vectors, else 4)
 // and is compiled with that instruction set switched on. Everything here has
 // internal linkage, so the copies never mix; and nothing here includes a
-// header with inline functions, whose AVX copies the linker could hand to
-// code that runs on any processor.
+// header with inline functions of external linkage, whose AVX copies the
+// linker could hand to code that runs on any processor.
 //
 // Every lane of every vector performs exactly the scalar operations of the
 // plain per-sample loop, in the same order, so the values are identical; the
@@ -46,6 +46,7 @@
 #include "dsp/FastChainState.h"
 #include "dsp/FastLanes.h"
 #include "dsp/FastOversamplingRow.h"
+#include "dsp/SwitchPathScan.h"
 
 namespace {
 
@@ -268,41 +269,6 @@ struct Clipper4x {
 
 // ---------------------------------------------------------------------------
 
-// The switch's choice over the whole block, from the prepared gains and flags
-// (eight samples per round, masks combined lane by lane).
-SwitchPath switchPathOf(const Block& b) {
-  typedef float F8 __attribute__((vector_size(32)));
-  typedef int I8 __attribute__((vector_size(32)));
-  const F8 one = F8{1.0f, 1.0f, 1.0f, 1.0f, 1.0f, 1.0f, 1.0f, 1.0f};
-  M4 unit = M4{-1, -1, -1, -1};
-  I8 wet = I8{-1, -1, -1, -1, -1, -1, -1, -1}, dry = wet;
-  int j = 0;
-  for (; j + 8 <= b.n; j += 8) {
-    V4 g0, g1;
-    F8 f;
-    __builtin_memcpy(&g0, b.gains + j, sizeof g0);
-    __builtin_memcpy(&g1, b.gains + j + 4, sizeof g1);
-    __builtin_memcpy(&f, b.pathFlags + j, sizeof f);
-    unit &= (g0 == splat4(1.0)) & (g1 == splat4(1.0));
-    wet &= f == one;
-    dry &= f != one;
-  }
-  bool allUnit = true, allWet = true, allDry = true;
-  for (int k = 0; k < 8; ++k) {
-    allWet &= wet[k] != 0;
-    allDry &= dry[k] != 0;
-  }
-  for (int k = 0; k < 4; ++k) allUnit &= unit[k] != 0;
-  for (; j < b.n; ++j) {
-    allUnit &= b.gains[j] == 1.0;
-    allWet &= b.pathFlags[j] == 1.0f;
-    allDry &= b.pathFlags[j] != 1.0f;
-  }
-  if (allDry) return SwitchPath::dry;
-  if (allWet && allUnit) return SwitchPath::wet;
-  return SwitchPath::mixed;
-}
-
 // A control value ramped over the block: k*d + start for sample k. When d is
 // a zero, k*d is that same zero for every k >= 0, so the value is d + start
 // for the whole block, formed once.
@@ -424,7 +390,7 @@ struct Engine {
 
   template <bool Gliding>
   FAST_INLINE void runSteps() {
-    switch (switchPathOf(b)) {
+    switch (switchPathOver(b.gains, b.pathFlags, b.n)) {
       case SwitchPath::wet:
         runSteps<Gliding, SwitchPath::wet>();
         break;

@@ -8,24 +8,21 @@
 // loop, in the same order, with no term left out, so every value is the plain
 // loop's to the bit. Only the schedule differs. The sections and their
 // counts come from the chain's description (dsp/ChainShape.h). A block runs in
-// chunks of samples, each chunk in three passes:
+// chunks of 64 samples, each chunk in four passes, each small enough for its
+// filter states to stay in the vector registers:
 //
-//   front    a software pipeline: at step s pre section k works on sample
-//            s - k, drive and interpolation on s - (pre sections), the first
-//            clamp, x800 and post section 0 on the sample after that
-//   shaper   sample by sample: the other post sections, second clamp, table
-//   back     a software pipeline: decimation, tone level and the first group
-//            of three power/revise sections on sample s, group g on s - g,
-//            volume, output level and the switch after the last group
+//   interpolate  pre cascade, drive, four-times interpolation     in  -> sub
+//   shape        clamp, x800, post cascade, clamp, tanh table       sub -> sub
+//   decimate     decimation, tone level, power cascade            sub -> mid
+//   output       revise cascade, volume, output level, switch     mid -> out
 //
-// In a pipeline every stage reads what the stage before it produced in the
-// previous step, so the stages of a step do not wait for each other; each
-// stage owns its state alone, so this changes no value. The first and last
-// steps of a pass are edge steps, in which stages without a sample leave
-// their state alone.
+// Each pass is a software pipeline (runSkewed): a section works one sample
+// behind the one before it, so the operations of a step do not wait for each
+// other. Coefficients are read from memory where they are used.
 #include <cstddef>
 #include <cstdint>
 
+#include "dsp/SwitchPathScan.h"
 #include "dsp/multistream/LaneState.h"
 
 #pragma GCC diagnostic ignored "-Wpsabi"
@@ -42,6 +39,7 @@ using veltrax::multistream::kPreFirst;
 using veltrax::multistream::kReviseCount;
 using veltrax::multistream::kReviseFirst;
 namespace chain = veltrax::chain;
+using veltrax::fast::SwitchPath;
 using veltrax::multistream::LaneBlock;
 using veltrax::multistream::LaneState;
 
@@ -52,9 +50,11 @@ typedef double V __attribute__((vector_size(W * 8)));
 typedef int I __attribute__((vector_size(W * 4)));
 
 LANE_INLINE V splat(double x) {
-  V v;
-  for (int l = 0; l < W; ++l) v[l] = x;
-  return v;
+#if LANE_KERNEL_WIDTH == 8
+  return V{x, x, x, x, x, x, x, x};
+#else
+  return V{x, x, x, x};
+#endif
 }
 LANE_INLINE V load(const double* p) {
   V v;
@@ -105,7 +105,7 @@ LANE_INLINE void transpose(V* r) {
 // E[j] and E[j + 1] for every lane's j: one 16-byte load per lane, the
 // pairs then sorted into the two vectors (data movement only; cheaper here
 // than two gathers).
-LANE_INLINE void tableNeighbours(const double* table, I j, V& lower, V& upper) {
+LANE_INLINE void tableNeighbours(const double* table, const I& j, V& lower, V& upper) {
   typedef double V2 __attribute__((vector_size(16)));
   int at[W];
   __builtin_memcpy(at, &j, sizeof at);
@@ -217,15 +217,11 @@ struct Glide {
   }
 };
 
-constexpr int kChunk = 128;  // samples per pass of each half; the buffer between them: 16 KiB
+// Samples per chunk. Every pass runs over a whole chunk before the next one
+// starts; the buffers between the passes (about 36 KiB) stay in the level-1 cache.
+constexpr int kChunk = 64;
 constexpr int kOversampling = chain::kOversampling;
-constexpr int kDriveLag = kPreCount, kPost0Lag = kDriveLag + 1, kFrontSteps = kPost0Lag + 1;
 constexpr int kCascadeSections = kPowerCount + kReviseCount;  // the power cascade, then revise
-// The cascade runs in groups of three sections one sample apart: fewer values
-// carried from step to step (registers) against a chain of three sections
-// per step (latency).
-constexpr int kGroup = 3, kGroups = (kCascadeSections + kGroup - 1) / kGroup;
-constexpr int kOutputLag = kGroups, kBackSteps = kOutputLag + 1;
 
 // Which glide a section of the combined power-and-revise cascade follows (-1: none).
 constexpr int glideOf(int k) {
@@ -234,22 +230,53 @@ constexpr int glideOf(int k) {
   return -1;
 }
 
+// A pass over n samples as a software pipeline whose last stage works Lag
+// steps behind its first: every stage reads what the stage before it
+// produced in the previous step, so the stages of a step do not wait for
+// each other, and each owns its state alone, so no value changes. In the
+// first and last Lag steps (edge steps) stages without a sample leave their
+// state alone; step(s, Edge<true or false>()) runs step s.
+template <bool B>
+struct Edge {
+  static constexpr bool value = B;
+};
+#define LANE_INLINE_LAMBDA __attribute__((always_inline))
+
+template <int Lag, class Step>
+LANE_INLINE void runSkewed(int n, Step&& step) {
+  const int steady = Lag < n ? Lag : n;
+  int s = 0;
+  for (; s < steady; ++s) step(s, Edge<true>());
+  for (; s < n; ++s) step(s, Edge<false>());
+  for (; s < n + Lag; ++s) step(s, Edge<true>());
+}
+
+// The coefficients every pass reads from memory, one vector per lane set.
+// Passes read them through an address the compiler cannot see through (see
+// Kernel::coefficients): each value is then an operand of the instruction
+// that uses it, and the registers stay free for the filter states.
+struct Coefficients {
+  V pre[kPreCount][5], cascade[kCascadeSections][5];
+  V f[6], c[5];  // the oversampling filter's feedforward and feedback
+};
+
 struct Kernel {
   const LaneBlock& b;
   Section pre[kPreCount], cascade[kCascadeSections], post[kPostCount];
   Glide glide[chain::kGlidingCount];
   OversamplingRow up, down;
-  V f[6], c[5];
+  Coefficients coef;
   V dVolume, dSustain, dTone, volumeStart, sustainStart, toneStart, outputLevel;
   V scale;
   V steady[2][5];        // the gliding pair's coefficients where no lane glides
-  int from = 0, to = 0;  // the chunk the halves work on
+  int from = 0, to = 0;  // the chunk the passes work on
 
-  // What each stage produced in the last step.
-  V preOut[kPreCount], upOut[kOversampling], groupOut[kGroups];
-  alignas(64) V shaped[kChunk][kOversampling];  // front half -> shaper -> back half
-  // The chunk's input, gains, paths (1.0: effect) and output, lane by lane.
-  alignas(64) V in[kChunk], gains[kChunk], wet[kChunk], out[kChunk];
+  // The chunk's input, gains, paths (1.0: effect) and output, lane by lane,
+  // and what the passes hand on: the four sub-samples of each sample
+  // (interpolated, then shaped) and the power cascade's output.
+  alignas(64) V sub[kChunk][kOversampling];
+  alignas(64) I entry[kChunk][kOversampling];  // the table entries at the shaped positions
+  alignas(64) V in[kChunk], gains[kChunk], wet[kChunk], mid[kChunk], out[kChunk];
 
   Kernel(const LaneState& st, const LaneBlock& block) : b(block) {
     for (int i = 0; i < kPreCount; ++i) pre[i].load(st, kPreFirst + i);
@@ -259,10 +286,14 @@ struct Kernel {
       glide[g].load(st, g);
       glide[g].steadySet(steady[g]);
     }
+    for (int i = 0; i < 5; ++i) {
+      for (int k = 0; k < kPreCount; ++k) coef.pre[k][i] = pre[k].c[i];
+      for (int k = 0; k < kCascadeSections; ++k) coef.cascade[k][i] = cascade[k].c[i];
+    }
     up.load(st.osUp);
     down.load(st.osDown);
-    for (int i = 0; i < 6; ++i) f[i] = splat(st.osFeedforward[i]);
-    for (int i = 0; i < 5; ++i) c[i] = splat(st.osFeedback[i]);
+    for (int i = 0; i < 6; ++i) coef.f[i] = splat(st.osFeedforward[i]);
+    for (int i = 0; i < 5; ++i) coef.c[i] = splat(st.osFeedback[i]);
     dVolume = load(b.dVolume);
     dSustain = load(b.dSustain);
     dTone = load(b.dTone);
@@ -282,115 +313,191 @@ struct Kernel {
     down.store(st.osDown);
   }
 
-  LANE_INLINE bool inRange(int j) const { return j >= from && j < to; }
+  // The coefficient block, at an address the optimiser must take as new on
+  // every call: it reads each coefficient where it is used instead of keeping
+  // it in a register (and spilling filter states to make room).
+  LANE_INLINE const Coefficients* coefficients() const {
+    const Coefficients* p = &coef;
+    __asm__("" : "+r"(p));
+    return p;
+  }
+
   static LANE_INLINE V index(int j) { return splat(static_cast<double>(j)); }
 
-  // The tanh curve by linear interpolation in the table, for h in -1 .. 1.
-  LANE_INLINE V lookup(V h) const {
-    const V pos = scale + h * scale;
-    const I j = __builtin_convertvector(pos, I);
-    V lower, upper;
-    tableNeighbours(b.clipEntries, j, lower, upper);
-    return (upper - lower) * (pos - __builtin_convertvector(j, V)) + lower;
+  LANE_INLINE bool inChunk(int j) const { return j >= 0 && j < to - from; }
+
+  // Pre cascade, drive and four-times interpolation by zero insertion, in ->
+  // sub. Step s: pre section i on sample s - i, drive and interpolation on
+  // s - kPreCount.
+  void interpolatePass() {
+    Section s[kPreCount];
+    for (int i = 0; i < kPreCount; ++i) s[i] = pre[i];
+    OversamplingRow row = up;
+    V carry[kPreCount] = {};  // what each section produced in the last step
+    runSkewed<kPreCount>(to - from, [&](int step, auto edge) LANE_INLINE_LAMBDA {
+      constexpr bool Edge = decltype(edge)::value;
+      const Coefficients* k = coefficients();
+      const int ji = step - kPreCount;
+      if (!Edge || inChunk(ji)) {
+        const V u = carry[kPreCount - 1] * (index(from + ji) * dSustain + sustainStart);
+        sub[ji][0] = row.step(k->f, k->c, u);
+#pragma GCC unroll 4
+        for (int p = 1; p < kOversampling; ++p) sub[ji][p] = row.step(k->f, k->c, splat(0.0));
+      }
+#pragma GCC unroll 4
+      for (int i = kPreCount - 1; i >= 0; --i) {
+        if (Edge && !inChunk(step - i)) continue;
+        carry[i] = s[i].runWith(k->pre[i], i == 0 ? in[step] : carry[i - 1]);
+      }
+    });
+    for (int i = 0; i < kPreCount; ++i) pre[i] = s[i];
+    up = row;
   }
 
-  // Front half, step s: pre cascade section k at sample s - k, drive and
-  // interpolation at s - 4, first clamp and post section 0 at s - 5, post
-  // section 1, second clamp and table at s - 6. Later stages first, so each
-  // reads what its predecessor produced in the last step.
-  template <bool Edge>
-  LANE_INLINE void frontStep(int s) {
-    // Clamp to -0.001 .. 0.00125 (NaN: -0.001), x800, post section 0.
-    const int j0 = s - kPost0Lag;
-    if (!Edge || inRange(j0)) {
-      const V hi = splat(0.00125), lo = splat(-0.001);
+  // The clipping section's sub-samples, in place in sub: clamp to -0.001 ..
+  // 0.00125 (NaN: -0.001), x800, the post cascade, clamp to -1 .. 1 (NaN:
+  // -1), then tanh(16 h) by linear interpolation in the table. Two loops: the
+  // filters and the table positions, then the table reads, which wait on
+  // nothing but their own positions.
+  void shapePass() {
+    Section s[kPostCount];
+    for (int i = 0; i < kPostCount; ++i) s[i] = post[i];
+    const V hi = splat(0.00125), lo = splat(-0.001), one = splat(1.0), minusOne = splat(-1.0);
+    const int n = to - from;
+    static_assert(kPostCount == 2, "the shaper's pipeline has a stage per post section");
+    V first[kOversampling] = {};  // post section 0's output, one step earlier
+    runSkewed<1>(n, [&](int step, auto edge) LANE_INLINE_LAMBDA {
+      constexpr bool Edge = decltype(edge)::value;
+      const int j = step - 1;
+      if (!Edge || inChunk(j)) {
+#pragma GCC unroll 4
+        for (int p = 0; p < kOversampling; ++p) {
+          V h = s[1].run(first[p]);
+          h = h > one ? one : (h > minusOne ? h : minusOne);
+          const V pos = scale + h * scale;
+          sub[j][p] = pos;
+          entry[j][p] = __builtin_convertvector(pos, I);
+        }
+      }
+      if (!Edge || inChunk(step)) {
+#pragma GCC unroll 4
+        for (int p = 0; p < kOversampling; ++p) {
+          const V y = sub[step][p];
+          const V h = y > hi ? hi : (y > lo ? y : lo);
+          first[p] = s[0].run(h * splat(800.0));
+        }
+      }
+    });
+    for (int i = 0; i < kPostCount; ++i) post[i] = s[i];
+    for (int j = 0; j < n; ++j) {
 #pragma GCC unroll 4
       for (int p = 0; p < kOversampling; ++p) {
-        const V y = upOut[p];
-        const V h = y > hi ? hi : (y > lo ? y : lo);
-        shaped[j0 - from][p] = post[0].run(h * splat(800.0));
+        V lower, upper;
+        tableNeighbours(b.clipEntries, entry[j][p], lower, upper);
+        const V fraction = sub[j][p] - __builtin_convertvector(entry[j][p], V);
+        sub[j][p] = (upper - lower) * fraction + lower;
       }
     }
-
-    // Drive and four-times interpolation by zero insertion.
-    const int ji = s - kDriveLag;
-    if (!Edge || inRange(ji)) {
-      const V u = preOut[3] * (index(ji) * dSustain + sustainStart);
-      upOut[0] = up.step(f, c, u);
-      for (int p = 1; p < kOversampling; ++p) upOut[p] = up.step(f, c, splat(0.0));
-    }
-
-#pragma GCC unroll 4
-    for (int k = kPreCount - 1; k >= 0; --k) {
-      if (Edge && !inRange(s - k)) continue;
-      preOut[k] = pre[k].run(k == 0 ? in[s - from] : preOut[k - 1]);
-    }
   }
 
-  // Cascade section k on x (the gliding pair by its glide).
+  // Cascade section k on x with coefficients c (the gliding pair by its glide).
   template <bool Gliding>
-  LANE_INLINE V runSection(int k, V x) {
-    const int g = glideOf(k);
-    if (g >= 0) return Gliding ? glide[g].run(cascade[k], x) : cascade[k].runWith(steady[g], x);
-    return cascade[k].run(x);
+  LANE_INLINE V runSection(Section& s, Glide* g, int k, const V* c, V x) {
+    const int gl = glideOf(k);
+    if (gl >= 0) return Gliding ? g[gl].run(s, x) : s.runWith(steady[gl], x);
+    return s.runWith(c, x);
   }
 
-  // Back half, step s: decimation, tone level and the first group of the
-  // power and revise cascades at sample s, group g at s - g, volume, output
-  // level and the switch at s - 4. Later stages first, as in the front half.
-  template <bool Edge, bool Gliding>
-  LANE_INLINE void backStep(int s) {
-    const int o = s - kOutputLag;
-    if (!Edge || inRange(o)) {
-      const int at = o - from;
-      const V wetOut =
-          (((index(o) * dVolume + volumeStart) * groupOut[kGroups - 1]) * outputLevel) * gains[at];
-      const V dryOut = gains[at] * in[at];
-      out[at] = wet[at] == splat(1.0) ? wetOut : dryOut;
-    }
-
+  // Decimation (pass 0's output kept), tone level and the power cascade,
+  // sub -> mid. Step s: decimation and tone level on sample s, power section
+  // i on s - 1 - i.
+  template <bool Gliding>
+  void decimatePass() {
+    Section s[kPowerCount];
+    for (int i = 0; i < kPowerCount; ++i) s[i] = cascade[i];
+    Glide g[chain::kGlidingCount];
+    if (Gliding)
+      for (int i = 0; i < chain::kGlidingCount; ++i) g[i] = glide[i];
+    OversamplingRow row = down;
+    V toned = splat(0.0), carry[kPowerCount] = {};
+    runSkewed<kPowerCount>(to - from, [&](int step, auto edge) LANE_INLINE_LAMBDA {
+      constexpr bool Edge = decltype(edge)::value;
+      const Coefficients* k = coefficients();
 #pragma GCC unroll 4
-    for (int g = kGroups - 1; g >= 1; --g) {
-      if (Edge && !inRange(s - g)) continue;
-      V x = groupOut[g - 1];
-#pragma GCC unroll 3
-      for (int i = 0; i < kGroup; ++i)
-        if (g * kGroup + i < kCascadeSections) x = runSection<Gliding>(g * kGroup + i, x);
-      groupOut[g] = x;
-    }
+      for (int i = kPowerCount - 1; i >= 0; --i) {
+        const int j = step - 1 - i;
+        if (Edge && !inChunk(j)) continue;
+        carry[i] = runSection<Gliding>(s[i], g, i, k->cascade[i], i == 0 ? toned : carry[i - 1]);
+        if (i == kPowerCount - 1) mid[j] = carry[i];
+      }
+      if (!Edge || inChunk(step)) {
+        const V* w = sub[step];
+        const V z0 = row.step(k->f, k->c, w[0]);
+#pragma GCC unroll 4
+        for (int p = 1; p < kOversampling; ++p) row.step(k->f, k->c, w[p]);
+        toned = z0 * (index(from + step) * dTone + toneStart);
+      }
+    });
+    for (int i = 0; i < kPowerCount; ++i) cascade[i] = s[i];
+    if (Gliding)
+      for (int i = 0; i < chain::kGlidingCount; ++i) glide[i] = g[i];
+    down = row;
+  }
 
-    // Decimation (pass 0's output kept), tone level, the first group.
-    if (!Edge || inRange(s)) {
-      const V* w = shaped[s - from];
-      const V z0 = down.step(f, c, w[0]);
-      for (int p = 1; p < kOversampling; ++p) down.step(f, c, w[p]);
-      V x = z0 * (index(s) * dTone + toneStart);
-#pragma GCC unroll 3
-      for (int k = 0; k < kGroup && k < kCascadeSections; ++k) x = runSection<Gliding>(k, x);
-      groupOut[0] = x;
-    }
+  // Revise cascade, volume, output level and the switch, mid -> out. Step s:
+  // revise section i on sample s - i, the output on s - kReviseCount.
+  template <bool WetOnly>
+  void outputPass() {
+    Section s[kReviseCount];
+    for (int i = 0; i < kReviseCount; ++i) s[i] = cascade[kPowerCount + i];
+    V carry[kReviseCount] = {};
+    runSkewed<kReviseCount>(to - from, [&](int step, auto edge) LANE_INLINE_LAMBDA {
+      constexpr bool Edge = decltype(edge)::value;
+      const Coefficients* k = coefficients();
+      const int o = step - kReviseCount;
+      if (!Edge || inChunk(o)) {
+        const V wetOut =
+            ((index(from + o) * dVolume + volumeStart) * carry[kReviseCount - 1]) * outputLevel;
+        if (WetOnly) {
+          out[o] = wetOut;  // every gain 1.0: x*1.0 is x (see SwitchPath::wet)
+        } else {
+          const V dryOut = gains[o] * in[o];
+          out[o] = wet[o] == splat(1.0) ? wetOut * gains[o] : dryOut;
+        }
+      }
+#pragma GCC unroll 8
+      for (int i = kReviseCount - 1; i >= 0; --i) {
+        if (Edge && !inChunk(step - i)) continue;
+        carry[i] = s[i].runWith(k->cascade[kPowerCount + i], i == 0 ? mid[step] : carry[i - 1]);
+      }
+    });
+    for (int i = 0; i < kReviseCount; ++i) cascade[kPowerCount + i] = s[i];
   }
 
   // Sample j of every lane into the chunk's vectors (each lane read in
   // order); a lane whose block ends earlier computes on zeros there. While
   // every lane has the whole chunk, W samples of W lanes at a time are loaded
   // row by row and transposed in registers.
+  // With WetOnly the gains and paths are not needed.
+  template <bool WetOnly>
   void gatherChunk() {
     int j = from;
     if (everyLaneCoversChunk()) {
       prefetchNextChunk();
       for (; j + W <= to; j += W) {
-        V x[W], g[W], w[W];
+        V x[W];
+        for (int l = 0; l < W; ++l) x[l] = load(b.in[l] + j);
+        transpose(x);
+        for (int k = 0; k < W; ++k) in[j - from + k] = x[k];
+        if (WetOnly) continue;
+        V g[W], w[W];
         for (int l = 0; l < W; ++l) {
-          x[l] = load(b.in[l] + j);
           g[l] = load(b.gains[l] + j);
           w[l] = loadFlags(b.pathFlags[l] + j);
         }
-        transpose(x);
         transpose(g);
         transpose(w);
         for (int k = 0; k < W; ++k) {
-          in[j - from + k] = x[k];
           gains[j - from + k] = g[k];
           wet[j - from + k] = w[k] == splat(1.0) ? splat(1.0) : splat(0.0);
         }
@@ -399,7 +506,9 @@ struct Kernel {
     gatherLaneByLane(j);
   }
 
-  // Samples [first, to) of the chunk one value at a time.
+  // Samples [first, to) of the chunk one value at a time (gains and paths
+  // even where WetOnly leaves them unread: this covers the few samples
+  // outside whole groups of W).
   void gatherLaneByLane(int first) {
     double* x = reinterpret_cast<double*>(in);
     double* g = reinterpret_cast<double*>(gains);
@@ -461,49 +570,41 @@ struct Kernel {
     return true;
   }
 
-  // The shaper's second half, sample by sample over the chunk, in place in
-  // `shaped`: the post sections after the first, clamp to -1 .. 1 (NaN: -1),
-  // tanh(16 h) from the table.
-  void shapeChunk() {
-    const V one = splat(1.0), minusOne = splat(-1.0);
-    for (int j = 0; j < to - from; ++j) {
-#pragma GCC unroll 4
-      for (int p = 0; p < kOversampling; ++p) {
-        V h = shaped[j][p];
-        for (int k = 1; k < kPostCount; ++k) h = post[k].run(h);
-        h = h > one ? one : (h > minusOne ? h : minusOne);
-        shaped[j][p] = lookup(h);
-      }
-    }
+  template <bool Gliding, bool WetOnly>
+  void runChunk() {
+    gatherChunk<WetOnly>();
+    interpolatePass();
+    shapePass();
+    decimatePass<Gliding>();
+    outputPass<WetOnly>();
+    scatterChunk();
   }
 
-  template <bool Gliding>
-  void runChunk() {
-    gatherChunk();
-    int s = from;
-    const int frontSteady = from + kFrontSteps - 1 < to ? from + kFrontSteps - 1 : to;
-    for (; s < frontSteady; ++s) frontStep<true>(s);
-    for (; s < to; ++s) frontStep<false>(s);
-    for (; s < to + kFrontSteps - 1; ++s) frontStep<true>(s);
-    shapeChunk();
+  // Whether every lane with samples here takes the effect path at unit gain
+  // throughout [b.from, b.to).
+  bool everyLaneWet() const {
+    for (int l = 0; l < W; ++l)
+      if (b.length[l] > b.from && switchPathOver(b.gains[l] + b.from, b.pathFlags[l] + b.from,
+                                                 b.to - b.from) != SwitchPath::wet)
+        return false;
+    return true;
+  }
 
-    s = from;
-    const int backSteady = from + kBackSteps - 1 < to ? from + kBackSteps - 1 : to;
-    for (; s < backSteady; ++s) backStep<true, Gliding>(s);
-    for (; s < to; ++s) backStep<false, Gliding>(s);
-    for (; s < to + kBackSteps - 1; ++s) backStep<true, Gliding>(s);
-    scatterChunk();
+  template <bool Gliding, bool WetOnly>
+  void runChunks() {
+    for (from = b.from; from < b.to; from = to) {
+      to = from + kChunk < b.to ? from + kChunk : b.to;
+      runChunk<Gliding, WetOnly>();
+    }
   }
 
   void run() {
     const bool gliding = glide[0].anywhere() || glide[1].anywhere();
-    for (from = b.from; from < b.to; from = to) {
-      to = from + kChunk < b.to ? from + kChunk : b.to;
-      if (gliding)
-        runChunk<true>();
-      else
-        runChunk<false>();
-    }
+    const bool wetOnly = everyLaneWet();
+    if (gliding)
+      wetOnly ? runChunks<true, true>() : runChunks<true, false>();
+    else
+      wetOnly ? runChunks<false, true>() : runChunks<false, false>();
   }
 };
 
