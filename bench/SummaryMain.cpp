@@ -105,7 +105,8 @@ void printTable(const std::map<std::string, double>& ns) {
 
 std::string summaryFilter() {
   std::string f =
-      "^(stage/.*|chain/fast-.*|multistream/single-fast/.*|multistream/[a-z0-9-]+/(8|16)/.*|multistream/ceiling-avx2/4/.*";
+      "^(stage/.*|chain/fast-.*|multistream/single-fast/.*|multistream/[a-z0-9-]+/(8|16)/"
+      ".*|multistream/ceiling-avx2/4/.*";
   for (int rate : kRates)
     for (int block : kBlocks) f += "|" + chain("fast", "steady", rate, block);
   for (const char* name : {"fast/automation", "fast/toggle", "plain/steady", "plain/automation"})
