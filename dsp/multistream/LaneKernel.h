@@ -251,7 +251,7 @@ LANE_INLINE void runSkewed(int n, Step&& step) {
   for (; s < n + Lag; ++s) step(s, Edge<true>());
 }
 
-// The coefficients every pass reads from memory, one vector per lane set.
+// The coefficients every pass reads from memory, one vector each (a value per lane).
 // Passes read them through an address the compiler cannot see through (see
 // Kernel::coefficients): each value is then an operand of the instruction
 // that uses it, and the registers stay free for the filter states.
