@@ -123,6 +123,15 @@ def test_dial_and_scale_agree():
     assert pedal.sustain == pytest.approx(7) and pedal._core.knob(SUSTAIN) == pytest.approx(0.7)
 
 
+def test_listed_preset_values_are_the_presets_knobs():
+    x = plucks(1, 3000, 48000, seed=3)[0]
+    for name, knobs in veltrax.presets().items():
+        listed = {k: v for k, v in knobs.items() if k != "label"}
+        assert all(len(repr(v)) <= 6 for v in listed.values()), (name, listed)
+        assert same_bits(veltrax.Pedal(48000, preset=name).process(x),
+                         veltrax.Pedal(48000, **listed).process(x)), name
+
+
 finite_or_not = st.floats(allow_nan=True, allow_infinity=True, width=64)
 
 

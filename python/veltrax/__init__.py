@@ -13,6 +13,7 @@ Audio is float64 (float32 is converted once), shaped (frames,) or
 import math
 import numbers
 import os
+import struct
 
 from . import _veltrax
 
@@ -31,9 +32,21 @@ def dial(position, scale=10):
 def presets():
     """The named knob settings: {name: {"label", "sustain", "tone", "volume"}}, 0..1."""
     return {
-        name: {"label": label, "sustain": sustain, "tone": tone, "volume": volume}
+        name: {"label": label, "sustain": _shortest(sustain), "tone": _shortest(tone),
+               "volume": _shortest(volume)}
         for name, (label, sustain, tone, volume) in _veltrax.PRESETS.items()
     }
+
+
+def _shortest(knob):
+    """The shortest decimal that is the same single-precision knob value (the
+    module's knobs are 32-bit floats): 0.55 rather than 0.550000011920929."""
+    single = struct.pack("f", knob)
+    for digits in range(1, 10):
+        decimal = float(f"{knob:.{digits}g}")
+        if struct.pack("f", decimal) == single:
+            return decimal
+    return knob
 
 
 def _preset(name):
@@ -119,7 +132,7 @@ class Pedal:
         index = _INDEX[name]
 
         def get(self):
-            return self._core.knob(index) * self._scale
+            return _shortest(self._core.knob(index)) * self._scale
 
         def set(self, value):
             self._core.set_knob(index, _checked_knob(name, value, self._scale) / self._scale)
