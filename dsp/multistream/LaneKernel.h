@@ -129,14 +129,13 @@ LANE_INLINE void tableNeighbours(const double* table, const I& j, V& lower, V& u
 #endif
 }
 
-// One biquad section in transposed direct form II:
+// The state of one biquad section in transposed direct form II; k holds
+// its coefficients -a1, -a2, b0, b1, b2:
 //   y = b0 x + z1;  z1 = (b1 x + z2) + (-a1) y;  z2 = b2 x + (-a2) y
 struct Section {
-  V c[5];
   V z1, z2;
 
   void load(const LaneState& st, int s) {
-    for (int i = 0; i < 5; ++i) c[i] = ::load(st.coef[s][i]);
     z1 = ::load(st.z1[s]);
     z2 = ::load(st.z2[s]);
   }
@@ -144,7 +143,6 @@ struct Section {
     ::store(st.z1[s], z1);
     ::store(st.z2[s], z2);
   }
-  LANE_INLINE V run(V x) { return runWith(c, x); }
   LANE_INLINE V runWith(const V* k, V x) {
     const V y = k[2] * x + z1;
     z1 = (k[3] * x + z2) + k[0] * y;
@@ -202,14 +200,14 @@ struct Glide {
   void steadySet(V* c) const {
     for (int i = 0; i < 5; ++i) c[i] = delta[i] * pos + start[i];
   }
-  LANE_INLINE V run(Section& section, V x) {
+  LANE_INLINE V run(Section& section, const V* target, V x) {
     V c[5];
     for (int i = 0; i < 5; ++i) c[i] = delta[i] * pos + start[i];
     const V y = section.runWith(c, x);
     const auto ends = pos == len;
     const auto before = pos < len;
     for (int i = 0; i < 5; ++i) {
-      start[i] = ends ? section.c[i] : start[i];
+      start[i] = ends ? target[i] : start[i];
       delta[i] = ends ? splat(0.0) : delta[i];
     }
     pos = (ends | before) ? pos + splat(1.0) : pos;
@@ -256,7 +254,7 @@ LANE_INLINE void runSkewed(int n, Step&& step) {
 // Kernel::coefficients): each value is then an operand of the instruction
 // that uses it, and the registers stay free for the filter states.
 struct Coefficients {
-  V pre[kPreCount][5], cascade[kCascadeSections][5];
+  V pre[kPreCount][5], post[kPostCount][5], cascade[kCascadeSections][5];
   V f[6], c[5];  // the oversampling filter's feedforward and feedback
 };
 
@@ -287,8 +285,10 @@ struct Kernel {
       glide[g].steadySet(steady[g]);
     }
     for (int i = 0; i < 5; ++i) {
-      for (int k = 0; k < kPreCount; ++k) coef.pre[k][i] = pre[k].c[i];
-      for (int k = 0; k < kCascadeSections; ++k) coef.cascade[k][i] = cascade[k].c[i];
+      for (int k = 0; k < kPreCount; ++k) coef.pre[k][i] = load(st.coef[kPreFirst + k][i]);
+      for (int k = 0; k < kPostCount; ++k) coef.post[k][i] = load(st.coef[kPostFirst + k][i]);
+      for (int k = 0; k < kCascadeSections; ++k)
+        coef.cascade[k][i] = load(st.coef[kPowerFirst + k][i]);
     }
     up.load(st.osUp);
     down.load(st.osDown);
@@ -361,7 +361,11 @@ struct Kernel {
   // nothing but their own positions.
   void shapePass() {
     Section s[kPostCount];
-    for (int i = 0; i < kPostCount; ++i) s[i] = post[i];
+    V c[kPostCount][5];  // few enough to stay in registers here
+    for (int i = 0; i < kPostCount; ++i) {
+      s[i] = post[i];
+      for (int k = 0; k < 5; ++k) c[i][k] = coef.post[i][k];
+    }
     const V hi = splat(0.00125), lo = splat(-0.001), one = splat(1.0), minusOne = splat(-1.0);
     const int n = to - from;
     static_assert(kPostCount == 2, "the shaper's pipeline has a stage per post section");
@@ -372,7 +376,7 @@ struct Kernel {
       if (!Edge || inChunk(j)) {
 #pragma GCC unroll 4
         for (int p = 0; p < kOversampling; ++p) {
-          V h = s[1].run(first[p]);
+          V h = s[1].runWith(c[1], first[p]);
           h = h > one ? one : (h > minusOne ? h : minusOne);
           const V pos = scale + h * scale;
           sub[j][p] = pos;
@@ -384,7 +388,7 @@ struct Kernel {
         for (int p = 0; p < kOversampling; ++p) {
           const V y = sub[step][p];
           const V h = y > hi ? hi : (y > lo ? y : lo);
-          first[p] = s[0].run(h * splat(800.0));
+          first[p] = s[0].runWith(c[0], h * splat(800.0));
         }
       }
     });
@@ -400,11 +404,12 @@ struct Kernel {
     }
   }
 
-  // Cascade section k on x with coefficients c (the gliding pair by its glide).
+  // Cascade section k on x with coefficients c (the gliding pair by its glide,
+  // which ends on c).
   template <bool Gliding>
   LANE_INLINE V runSection(Section& s, Glide* g, int k, const V* c, V x) {
     const int gl = glideOf(k);
-    if (gl >= 0) return Gliding ? g[gl].run(s, x) : s.runWith(steady[gl], x);
+    if (gl >= 0) return Gliding ? g[gl].run(s, c, x) : s.runWith(steady[gl], x);
     return s.runWith(c, x);
   }
 
