@@ -5,8 +5,12 @@
 // (no FMA). Everything here has internal linkage, so the copies never mix.
 //
 // Every lane performs exactly the scalar operations of the plain per-sample
-// loop, in the same order, with no term left out, so every value is the plain
-// loop's to the bit. Only the schedule differs. The sections and their
+// loop, in the same order, so every value is the plain loop's. Only the
+// schedule differs, and two terms are left out as the fast engine leaves them
+// out (dsp/FastChainKernel.h), which can change the sign of a zero and nothing
+// else: the f*0 products of the interpolation's three zero-input sub-samples,
+// and z2 of the two post sections, which are first order (the engine runs a
+// lane's block here only when postCascadeIsFirstOrder holds for it). The sections and their
 // counts come from the chain's description (dsp/ChainShape.h). A block runs in
 // chunks of 64 samples, each chunk in four passes, each small enough for its
 // filter states to stay in the vector registers:
@@ -149,6 +153,13 @@ struct Section {
     z2 = k[4] * x + k[1] * y;
     return y;
   }
+  // A first-order section (b2 = a2 = 0) with its z2, a zero, left out:
+  //   y = b0 x + z1;  z1 = b1 x + (-a1) y
+  LANE_INLINE V runFirstOrder(const V* k, V x) {
+    const V y = k[2] * x + z1;
+    z1 = k[3] * x + k[0] * y;
+    return y;
+  }
 };
 
 // The fifth-order oversampling low-pass on one state row:
@@ -165,6 +176,12 @@ struct OversamplingRow {
   LANE_INLINE V step(const V* f, const V* c, V v) {
     const V y = f[0] * v + s[0];
     for (int k = 0; k < 5; ++k) s[k] = (f[k + 1] * v + c[k] * y) + s[k + 1];
+    return y;
+  }
+  // The same step for v = 0, without the f*0 terms.
+  LANE_INLINE V stepZeroInput(const V* c) {
+    const V y = s[0];
+    for (int k = 0; k < 5; ++k) s[k] = c[k] * y + s[k + 1];
     return y;
   }
 };
@@ -342,7 +359,7 @@ struct Kernel {
         const V u = carry[kPreCount - 1] * (index(from + ji) * dSustain + sustainStart);
         sub[ji][0] = row.step(k->f, k->c, u);
 #pragma GCC unroll 4
-        for (int p = 1; p < kOversampling; ++p) sub[ji][p] = row.step(k->f, k->c, splat(0.0));
+        for (int p = 1; p < kOversampling; ++p) sub[ji][p] = row.stepZeroInput(k->c);
       }
 #pragma GCC unroll 4
       for (int i = kPreCount - 1; i >= 0; --i) {
@@ -376,7 +393,7 @@ struct Kernel {
       if (!Edge || inChunk(j)) {
 #pragma GCC unroll 4
         for (int p = 0; p < kOversampling; ++p) {
-          V h = s[1].runWith(c[1], first[p]);
+          V h = s[1].runFirstOrder(c[1], first[p]);
           h = h > one ? one : (h > minusOne ? h : minusOne);
           const V pos = scale + h * scale;
           sub[j][p] = pos;
@@ -388,7 +405,7 @@ struct Kernel {
         for (int p = 0; p < kOversampling; ++p) {
           const V y = sub[step][p];
           const V h = y > hi ? hi : (y > lo ? y : lo);
-          first[p] = s[0].runWith(c[0], h * splat(800.0));
+          first[p] = s[0].runFirstOrder(c[0], h * splat(800.0));
         }
       }
     });

@@ -154,7 +154,9 @@ void StreamBatch::runLanes(const double* const* in, double* const* out, const in
         std::memmove(out[lane], in[lane], sizeof(double) * static_cast<size_t>(len));
       continue;
     }
-    if (!fx.captureChain(chains[lane])) {  // a chain of another shape: its own plain loop
+    // A chain of another shape, or post sections the kernels cannot run as
+    // first order in this block: its own plain loop.
+    if (!fx.captureChain(chains[lane]) || !fast::postCascadeIsFirstOrder(chains[lane])) {
       fx.runChain(in[lane], out[lane], len, ramps[lane]);
       fx.endBlock(len);
       continue;
