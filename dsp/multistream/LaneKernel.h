@@ -25,6 +25,7 @@
 // other. Coefficients are read from memory where they are used.
 #include <cstddef>
 #include <cstdint>
+#include <immintrin.h>
 
 #include "dsp/SwitchPathScan.h"
 #include "dsp/multistream/LaneState.h"
@@ -66,6 +67,29 @@ LANE_INLINE V load(const double* p) {
   return v;
 }
 LANE_INLINE void store(double* p, V v) { __builtin_memcpy(p, &v, sizeof v); }
+
+// x > lo ? x : lo and x < hi ? x : hi (NaN: the bound), one instruction each
+// (the 512-bit ones by their builtins: GCC 12's intrinsics warn).
+LANE_INLINE V atLeast(V x, V lo) {
+#if LANE_KERNEL_WIDTH == 8 && !defined(__clang__)
+  return __builtin_ia32_maxpd512_mask(x, lo, x, 0xff, _MM_FROUND_CUR_DIRECTION);
+#elif LANE_KERNEL_WIDTH == 8
+  return _mm512_max_pd(x, lo);
+#else
+  return _mm256_max_pd(x, lo);
+#endif
+}
+LANE_INLINE V atMost(V x, V hi) {
+#if LANE_KERNEL_WIDTH == 8 && !defined(__clang__)
+  return __builtin_ia32_minpd512_mask(x, hi, x, 0xff, _MM_FROUND_CUR_DIRECTION);
+#elif LANE_KERNEL_WIDTH == 8
+  return _mm512_min_pd(x, hi);
+#else
+  return _mm256_min_pd(x, hi);
+#endif
+}
+// x > hi ? hi : (x > lo ? x : lo), NaN: lo.
+LANE_INLINE V clamp(V x, V lo, V hi) { return atMost(atLeast(x, lo), hi); }
 
 // W path flags, widened to double (exactly: 1.0f becomes 1.0 and nothing else does).
 LANE_INLINE V loadFlags(const float* p) {
@@ -394,7 +418,7 @@ struct Kernel {
 #pragma GCC unroll 4
         for (int p = 0; p < kOversampling; ++p) {
           V h = s[1].runFirstOrder(c[1], first[p]);
-          h = h > one ? one : (h > minusOne ? h : minusOne);
+          h = clamp(h, minusOne, one);
           const V pos = scale + h * scale;
           sub[j][p] = pos;
           entry[j][p] = __builtin_convertvector(pos, I);
@@ -404,7 +428,7 @@ struct Kernel {
 #pragma GCC unroll 4
         for (int p = 0; p < kOversampling; ++p) {
           const V y = sub[step][p];
-          const V h = y > hi ? hi : (y > lo ? y : lo);
+          const V h = clamp(y, lo, hi);
           first[p] = s[0].runFirstOrder(c[0], h * splat(800.0));
         }
       }
