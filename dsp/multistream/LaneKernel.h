@@ -68,24 +68,25 @@ LANE_INLINE V load(const double* p) {
 }
 LANE_INLINE void store(double* p, V v) { __builtin_memcpy(p, &v, sizeof v); }
 
-// x > lo ? x : lo and x < hi ? x : hi (NaN: the bound), one instruction each
-// (the 512-bit ones by their builtins: GCC 12's intrinsics warn).
+// x > lo ? x : lo and x < hi ? x : hi (NaN: the bound), one max or min
+// instruction each with GCC (by its builtins: GCC 12's 512-bit intrinsics
+// warn). Clang, which switches AVX-512 off with -mno-fma, gets the selects.
 LANE_INLINE V atLeast(V x, V lo) {
-#if LANE_KERNEL_WIDTH == 8 && !defined(__clang__)
-  return __builtin_ia32_maxpd512_mask(x, lo, x, 0xff, _MM_FROUND_CUR_DIRECTION);
+#if defined(__clang__)
+  return x > lo ? x : lo;
 #elif LANE_KERNEL_WIDTH == 8
-  return _mm512_max_pd(x, lo);
+  return __builtin_ia32_maxpd512_mask(x, lo, x, 0xff, _MM_FROUND_CUR_DIRECTION);
 #else
-  return _mm256_max_pd(x, lo);
+  return __builtin_ia32_maxpd256(x, lo);
 #endif
 }
 LANE_INLINE V atMost(V x, V hi) {
-#if LANE_KERNEL_WIDTH == 8 && !defined(__clang__)
-  return __builtin_ia32_minpd512_mask(x, hi, x, 0xff, _MM_FROUND_CUR_DIRECTION);
+#if defined(__clang__)
+  return x < hi ? x : hi;
 #elif LANE_KERNEL_WIDTH == 8
-  return _mm512_min_pd(x, hi);
+  return __builtin_ia32_minpd512_mask(x, hi, x, 0xff, _MM_FROUND_CUR_DIRECTION);
 #else
-  return _mm256_min_pd(x, hi);
+  return __builtin_ia32_minpd256(x, hi);
 #endif
 }
 // x > hi ? hi : (x > lo ? x : lo), NaN: lo.
