@@ -91,21 +91,23 @@ void multiStream(benchmark::State& state, ms::KernelChoice kernel, int streams, 
 // operations on the floating-point pipes (arithmetic, compares, selects,
 // conversions and the table reads' shuffles), counted from the code:
 namespace chain = veltrax::chain;
-constexpr int kSection = 9;  // y = b0 x + z1; z1 = (b1 x + z2) + a1 y; z2 = b2 x + a2 y
-constexpr int kRow = 22;     // y = f0 v + s0; s_k = (f_(k+1) v + c_k y) + s_(k+1), k = 0..4
-constexpr int kRamp = 2;     // start + k * slope
-// Per sub-sample of the shaper: clamp 4, x800 1, the post cascade, clamp 4,
-// table position 2, conversions 2, interpolation 4, the table pairs sorted
-// into two vectors 8.
+constexpr int kSection = 9;            // y = b0 x + z1; z1 = (b1 x + z2) + a1 y; z2 = b2 x + a2 y
+constexpr int kFirstOrderSection = 5;  // y = b0 x + z1; z1 = b1 x + a1 y (the post sections)
+constexpr int kRow = 22;           // y = f0 v + s0; s_k = (f_(k+1) v + c_k y) + s_(k+1), k = 0..4
+constexpr int kZeroInputRow = 10;  // y = s0; s_k = c_k y + s_(k+1) (v = 0: no f*0 terms)
+// Per sub-sample of the shaper: clamp 2 (max, min), x800 1, the post cascade,
+// clamp 2, table position 2, conversions 2, interpolation 4, the table pairs
+// sorted into two vectors 8.
 constexpr int kShaperSubSample =
-    4 + 1 + chain::kCascades[chain::kPost].sections * kSection + 4 + 2 + 2 + 4 + 8;
+    2 + 1 + chain::kCascades[chain::kPost].sections * kFirstOrderSection + 2 + 2 + 2 + 4 + 8;
 constexpr int kFullRateSections = chain::kCascades[chain::kPre].sections +
                                   chain::kCascades[chain::kPower].sections +
                                   chain::kCascades[chain::kRevise].sections;
-constexpr int kOperationsPerStep = kFullRateSections * kSection +
-                                   2 * chain::kOversampling * kRow +  // interpolation, decimation
-                                   chain::kOversampling * kShaperSubSample + 3 * (kRamp + 1) +
-                                   1;  // drive, tone, volume; output level
+constexpr int kOperationsPerStep = kFullRateSections * kSection + kRow +
+                                   (chain::kOversampling - 1) * kZeroInputRow +  // interpolation
+                                   chain::kOversampling * kRow +                 // decimation
+                                   chain::kOversampling * kShaperSubSample +
+                                   4;  // drive, tone, volume, output level (flat ramps here)
 
 // The processor's peak rate of independent vector multiplications and
 // additions, half each (as in the chain), on Pairs pairs of accumulators:

@@ -23,9 +23,9 @@
 // Each pass is a software pipeline (runSkewed): a section works one sample
 // behind the one before it, so the operations of a step do not wait for each
 // other. Coefficients are read from memory where they are used.
+#include <immintrin.h>
 #include <cstddef>
 #include <cstdint>
-#include <immintrin.h>
 
 #include "dsp/SwitchPathScan.h"
 #include "dsp/multistream/LaneState.h"
@@ -300,13 +300,36 @@ struct Coefficients {
   V f[6], c[5];  // the oversampling filter's feedforward and feedback
 };
 
+// A control value ramped over the block: k*d + start at sample k. Where d is
+// a zero in every lane, k*d is that same zero for every k >= 0, so the value
+// is d + start for the whole block, formed once (as the fast engine does).
+struct Ramp {
+  V d, start, level;
+
+  void load(const double* slope, const double* first) {
+    d = ::load(slope);
+    start = ::load(first);
+    level = d + start;
+  }
+  bool flat() const {
+    for (int l = 0; l < W; ++l)
+      if (d[l] != 0.0) return false;
+    return true;
+  }
+  template <bool Flat>
+  LANE_INLINE V at(int k) const {
+    return Flat ? level : splat(static_cast<double>(k)) * d + start;
+  }
+};
+
 struct Kernel {
   const LaneBlock& b;
   Section pre[kPreCount], cascade[kCascadeSections], post[kPostCount];
   Glide glide[chain::kGlidingCount];
   OversamplingRow up, down;
   Coefficients coef;
-  V dVolume, dSustain, dTone, volumeStart, sustainStart, toneStart, outputLevel;
+  Ramp volume, sustain, tone;
+  V outputLevel;
   V scale;
   V steady[2][5];        // the gliding pair's coefficients where no lane glides
   int from = 0, to = 0;  // the chunk the passes work on
@@ -336,12 +359,9 @@ struct Kernel {
     down.load(st.osDown);
     for (int i = 0; i < 6; ++i) coef.f[i] = splat(st.osFeedforward[i]);
     for (int i = 0; i < 5; ++i) coef.c[i] = splat(st.osFeedback[i]);
-    dVolume = load(b.dVolume);
-    dSustain = load(b.dSustain);
-    dTone = load(b.dTone);
-    volumeStart = load(b.volumeStart);
-    sustainStart = load(b.sustainStart);
-    toneStart = load(b.toneStart);
+    volume.load(b.dVolume, b.volumeStart);
+    sustain.load(b.dSustain, b.sustainStart);
+    tone.load(b.dTone, b.toneStart);
     outputLevel = load(b.outputLevel);
     scale = splat(b.clipScale);
   }
@@ -364,13 +384,12 @@ struct Kernel {
     return p;
   }
 
-  static LANE_INLINE V index(int j) { return splat(static_cast<double>(j)); }
-
   LANE_INLINE bool inChunk(int j) const { return j >= 0 && j < to - from; }
 
   // Pre cascade, drive and four-times interpolation by zero insertion, in ->
   // sub. Step s: pre section i on sample s - i, drive and interpolation on
   // s - kPreCount.
+  template <bool Flat>
   void interpolatePass() {
     Section s[kPreCount];
     for (int i = 0; i < kPreCount; ++i) s[i] = pre[i];
@@ -381,7 +400,7 @@ struct Kernel {
       const Coefficients* k = coefficients();
       const int ji = step - kPreCount;
       if (!Edge || inChunk(ji)) {
-        const V u = carry[kPreCount - 1] * (index(from + ji) * dSustain + sustainStart);
+        const V u = carry[kPreCount - 1] * sustain.at<Flat>(from + ji);
         sub[ji][0] = row.step(k->f, k->c, u);
 #pragma GCC unroll 4
         for (int p = 1; p < kOversampling; ++p) sub[ji][p] = row.stepZeroInput(k->c);
@@ -458,7 +477,7 @@ struct Kernel {
   // Decimation (pass 0's output kept), tone level and the power cascade,
   // sub -> mid. Step s: decimation and tone level on sample s, power section
   // i on s - 1 - i.
-  template <bool Gliding>
+  template <bool Gliding, bool Flat>
   void decimatePass() {
     Section s[kPowerCount];
     for (int i = 0; i < kPowerCount; ++i) s[i] = cascade[i];
@@ -482,7 +501,7 @@ struct Kernel {
         const V z0 = row.step(k->f, k->c, w[0]);
 #pragma GCC unroll 4
         for (int p = 1; p < kOversampling; ++p) row.step(k->f, k->c, w[p]);
-        toned = z0 * (index(from + step) * dTone + toneStart);
+        toned = z0 * tone.at<Flat>(from + step);
       }
     });
     for (int i = 0; i < kPowerCount; ++i) cascade[i] = s[i];
@@ -493,7 +512,7 @@ struct Kernel {
 
   // Revise cascade, volume, output level and the switch, mid -> out. Step s:
   // revise section i on sample s - i, the output on s - kReviseCount.
-  template <bool WetOnly>
+  template <bool WetOnly, bool Flat>
   void outputPass() {
     Section s[kReviseCount];
     for (int i = 0; i < kReviseCount; ++i) s[i] = cascade[kPowerCount + i];
@@ -503,8 +522,7 @@ struct Kernel {
       const Coefficients* k = coefficients();
       const int o = step - kReviseCount;
       if (!Edge || inChunk(o)) {
-        const V wetOut =
-            ((index(from + o) * dVolume + volumeStart) * carry[kReviseCount - 1]) * outputLevel;
+        const V wetOut = (volume.at<Flat>(from + o) * carry[kReviseCount - 1]) * outputLevel;
         if (WetOnly) {
           out[o] = wetOut;  // every gain 1.0: x*1.0 is x (see SwitchPath::wet)
         } else {
@@ -617,13 +635,13 @@ struct Kernel {
     return true;
   }
 
-  template <bool Gliding, bool WetOnly>
+  template <bool Gliding, bool WetOnly, bool Flat>
   void runChunk() {
     gatherChunk<WetOnly>();
-    interpolatePass();
+    interpolatePass<Flat>();
     shapePass();
-    decimatePass<Gliding>();
-    outputPass<WetOnly>();
+    decimatePass<Gliding, Flat>();
+    outputPass<WetOnly, Flat>();
     scatterChunk();
   }
 
@@ -637,21 +655,31 @@ struct Kernel {
     return true;
   }
 
-  template <bool Gliding, bool WetOnly>
+  template <bool Gliding, bool WetOnly, bool Flat>
   void runChunks() {
     for (from = b.from; from < b.to; from = to) {
       to = from + kChunk < b.to ? from + kChunk : b.to;
-      runChunk<Gliding, WetOnly>();
+      runChunk<Gliding, WetOnly, Flat>();
     }
   }
 
-  void run() {
-    const bool gliding = glide[0].anywhere() || glide[1].anywhere();
-    const bool wetOnly = everyLaneWet();
-    if (gliding)
-      wetOnly ? runChunks<true, true>() : runChunks<true, false>();
+  // The block's specialisations: a glide in some lane, every lane steady on,
+  // every ramp flat.
+  template <bool Gliding>
+  void runWith(bool wetOnly, bool flat) {
+    if (wetOnly)
+      flat ? runChunks<Gliding, true, true>() : runChunks<Gliding, true, false>();
     else
-      wetOnly ? runChunks<false, true>() : runChunks<false, false>();
+      flat ? runChunks<Gliding, false, true>() : runChunks<Gliding, false, false>();
+  }
+
+  void run() {
+    const bool wetOnly = everyLaneWet();
+    const bool flat = volume.flat() && sustain.flat() && tone.flat();
+    if (glide[0].anywhere() || glide[1].anywhere())
+      runWith<true>(wetOnly, flat);
+    else
+      runWith<false>(wetOnly, flat);
   }
 };
 
