@@ -92,6 +92,17 @@ LANE_INLINE V atMost(V x, V hi) {
 // x > hi ? hi : (x > lo ? x : lo), NaN: lo.
 LANE_INLINE V clamp(V x, V lo, V hi) { return atMost(atLeast(x, lo), hi); }
 
+// Each lane's integer part (toward zero), exactly.
+LANE_INLINE V integerPart(V x) {
+#if defined(__clang__)
+  return __builtin_convertvector(__builtin_convertvector(x, I), V);
+#elif LANE_KERNEL_WIDTH == 8
+  return __builtin_ia32_rndscalepd_mask(x, 0x0b, x, 0xff, _MM_FROUND_CUR_DIRECTION);
+#else
+  return __builtin_ia32_roundpd256(x, 0x0b);
+#endif
+}
+
 // W path flags, widened to double (exactly: 1.0f becomes 1.0 and nothing else does).
 LANE_INLINE V loadFlags(const float* p) {
   typedef float F __attribute__((vector_size(W * 4)));
@@ -418,8 +429,9 @@ struct Kernel {
   // The clipping section's sub-samples, in place in sub: clamp to -0.001 ..
   // 0.00125 (NaN: -0.001), x800, the post cascade, clamp to -1 .. 1 (NaN:
   // -1), then tanh(16 h) by linear interpolation in the table. Two loops: the
-  // filters and the table positions, then the table reads, which wait on
-  // nothing but their own positions.
+  // filters, the table entries and the fractions (in sub), whose recurrences
+  // leave room for the extra arithmetic; then the table reads, which wait on
+  // nothing but their own entries.
   void shapePass() {
     Section s[kPostCount];
     V c[kPostCount][5];  // few enough to stay in registers here
@@ -440,8 +452,8 @@ struct Kernel {
           V h = s[1].runFirstOrder(c[1], first[p]);
           h = clamp(h, minusOne, one);
           const V pos = scale + h * scale;
-          sub[j][p] = pos;
           entry[j][p] = __builtin_convertvector(pos, I);
+          sub[j][p] = pos - integerPart(pos);  // pos - j: pos >= 0, so j is its integer part
         }
       }
       if (!Edge || inChunk(step)) {
@@ -459,8 +471,7 @@ struct Kernel {
       for (int p = 0; p < kOversampling; ++p) {
         V lower, upper;
         tableNeighbours(b.clipEntries, entry[j][p], lower, upper);
-        const V fraction = sub[j][p] - __builtin_convertvector(entry[j][p], V);
-        sub[j][p] = (upper - lower) * fraction + lower;
+        sub[j][p] = (upper - lower) * sub[j][p] + lower;
       }
     }
   }
