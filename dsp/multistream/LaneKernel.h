@@ -521,19 +521,46 @@ struct Kernel {
     down = row;
   }
 
-  // Revise cascade, volume, output level and the switch, mid -> out. Step s:
-  // revise section i on sample s - i, the output on s - kReviseCount.
-  template <bool WetOnly, bool Flat>
-  void outputPass() {
-    Section s[kReviseCount];
-    for (int i = 0; i < kReviseCount; ++i) s[i] = cascade[kPowerCount + i];
-    V carry[kReviseCount] = {};
-    runSkewed<kReviseCount>(to - from, [&](int step, auto edge) LANE_INLINE_LAMBDA {
+  // The revise cascade's sections that the output pass runs; with 16
+  // registers the first half runs in a pass of its own (reviseHeadPass), so
+  // that each pass's states fit in them.
+  static constexpr int kOutputSections = W == 8 ? kReviseCount : kReviseCount / 2;
+  static constexpr int kOutputFirst = kPowerCount + kReviseCount - kOutputSections;
+
+  // Revise sections [0, kReviseCount - kOutputSections), in place in mid.
+  // Step s: section i on sample s - i.
+  void reviseHeadPass() {
+    constexpr int kCount = kReviseCount - kOutputSections;
+    Section s[kCount];
+    for (int i = 0; i < kCount; ++i) s[i] = cascade[kPowerCount + i];
+    V carry[kCount] = {};
+    runSkewed<kCount - 1>(to - from, [&](int step, auto edge) LANE_INLINE_LAMBDA {
       constexpr bool Edge = decltype(edge)::value;
       const Coefficients* k = coefficients();
-      const int o = step - kReviseCount;
+#pragma GCC unroll 8
+      for (int i = kCount - 1; i >= 0; --i) {
+        if (Edge && !inChunk(step - i)) continue;
+        carry[i] = s[i].runWith(k->cascade[kPowerCount + i], i == 0 ? mid[step] : carry[i - 1]);
+        if (i == kCount - 1) mid[step - i] = carry[i];
+      }
+    });
+    for (int i = 0; i < kCount; ++i) cascade[kPowerCount + i] = s[i];
+  }
+
+  // The rest of the revise cascade, volume, output level and the switch, mid
+  // -> out. Step s: its section i on sample s - i, the output on s - kOutputSections.
+  template <bool WetOnly, bool Flat>
+  void outputPass() {
+    constexpr int kCount = kOutputSections;
+    Section s[kCount];
+    for (int i = 0; i < kCount; ++i) s[i] = cascade[kOutputFirst + i];
+    V carry[kCount] = {};
+    runSkewed<kCount>(to - from, [&](int step, auto edge) LANE_INLINE_LAMBDA {
+      constexpr bool Edge = decltype(edge)::value;
+      const Coefficients* k = coefficients();
+      const int o = step - kCount;
       if (!Edge || inChunk(o)) {
-        const V wetOut = (volume.at<Flat>(from + o) * carry[kReviseCount - 1]) * outputLevel;
+        const V wetOut = (volume.at<Flat>(from + o) * carry[kCount - 1]) * outputLevel;
         if (WetOnly) {
           out[o] = wetOut;  // every gain 1.0: x*1.0 is x (see SwitchPath::wet)
         } else {
@@ -542,12 +569,12 @@ struct Kernel {
         }
       }
 #pragma GCC unroll 8
-      for (int i = kReviseCount - 1; i >= 0; --i) {
+      for (int i = kCount - 1; i >= 0; --i) {
         if (Edge && !inChunk(step - i)) continue;
-        carry[i] = s[i].runWith(k->cascade[kPowerCount + i], i == 0 ? mid[step] : carry[i - 1]);
+        carry[i] = s[i].runWith(k->cascade[kOutputFirst + i], i == 0 ? mid[step] : carry[i - 1]);
       }
     });
-    for (int i = 0; i < kReviseCount; ++i) cascade[kPowerCount + i] = s[i];
+    for (int i = 0; i < kCount; ++i) cascade[kOutputFirst + i] = s[i];
   }
 
   // Sample j of every lane into the chunk's vectors (each lane read in
@@ -652,6 +679,7 @@ struct Kernel {
     interpolatePass<Flat>();
     shapePass();
     decimatePass<Gliding, Flat>();
+    if (kOutputSections < kReviseCount) reviseHeadPass();
     outputPass<WetOnly, Flat>();
     scatterChunk();
   }
