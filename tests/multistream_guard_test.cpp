@@ -202,7 +202,8 @@ const Scenario kScenarios[] = {
      {256, 17, 64, 1, 300, 2},
      Automation::everyKnob,
      Damage::none},
-    {"tone_glides_32k", 32000.0f, {100, 256, 16, 700}, Automation::toneSometimes, Damage::none},
+    // Below about 10 kHz the post sections are not first order: the lanes run them in full.
+    {"tone_glides_8k", 8000.0f, {100, 256, 16, 700}, Automation::toneSometimes, Damage::none},
     {"toggles_96k", 96000.0f, {128, 5, 333, 64}, Automation::toggles, Damage::none},
     {"hostile_input_48k", 48000.0f, {256, 31}, Automation::everyKnob, Damage::hostile},
 };

@@ -9,8 +9,9 @@
 // schedule differs, and two terms are left out as the fast engine leaves them
 // out (dsp/FastChainKernel.h), which can change the sign of a zero and nothing
 // else: the f*0 products of the interpolation's three zero-input sub-samples,
-// and z2 of the two post sections, which are first order (the engine runs a
-// lane's block here only when postCascadeIsFirstOrder holds for it). The sections and their
+// and z2 of the two post sections, which are first order (where
+// postCascadeIsFirstOrder holds for every lane; otherwise the block runs them
+// in full). The sections and their
 // counts come from the chain's description (dsp/ChainShape.h). A block runs in
 // chunks of 64 samples, each chunk in four passes, each small enough for its
 // filter states to stay in the vector registers:
@@ -432,6 +433,7 @@ struct Kernel {
   // filters, the table entries and the fractions (in sub), whose recurrences
   // leave room for the extra arithmetic; then the table reads, which wait on
   // nothing but their own entries.
+  template <bool FirstOrderPost>
   void shapePass() {
     Section s[kPostCount];
     V c[kPostCount][5];  // few enough to stay in registers here
@@ -449,7 +451,7 @@ struct Kernel {
       if (!Edge || inChunk(j)) {
 #pragma GCC unroll 4
         for (int p = 0; p < kOversampling; ++p) {
-          V h = s[1].runFirstOrder(c[1], first[p]);
+          V h = FirstOrderPost ? s[1].runFirstOrder(c[1], first[p]) : s[1].runWith(c[1], first[p]);
           h = clamp(h, minusOne, one);
           const V pos = scale + h * scale;
           entry[j][p] = __builtin_convertvector(pos, I);
@@ -461,7 +463,8 @@ struct Kernel {
         for (int p = 0; p < kOversampling; ++p) {
           const V y = sub[step][p];
           const V h = clamp(y, lo, hi);
-          first[p] = s[0].runFirstOrder(c[0], h * splat(800.0));
+          const V x = h * splat(800.0);
+          first[p] = FirstOrderPost ? s[0].runFirstOrder(c[0], x) : s[0].runWith(c[0], x);
         }
       }
     });
@@ -677,7 +680,7 @@ struct Kernel {
   void runChunk() {
     gatherChunk<WetOnly>();
     interpolatePass<Flat>();
-    shapePass();
+    b.postFirstOrder ? shapePass<true>() : shapePass<false>();
     decimatePass<Gliding, Flat>();
     if (kOutputSections < kReviseCount) reviseHeadPass();
     outputPass<WetOnly, Flat>();

@@ -60,6 +60,9 @@ struct LaneBlock {
   double outputLevel[kMaxLanes];
   const double* clipEntries;  // E[0 .. 2*clipScale + 1], the last one the table's limit
   double clipScale;
+  // Whether postCascadeIsFirstOrder holds for every lane: the kernels may
+  // then leave out the post sections' z2, as the fast engine does.
+  bool postFirstOrder;
 };
 
 // Runs samples [from, to) of every lane exactly as the plain per-sample loop

@@ -145,6 +145,7 @@ void StreamBatch::runLanes(const double* const* in, double* const* out, const in
   fast::ChainState chains[kMaxLanes];
   ControlRamps ramps[kMaxLanes];
   LaneBlock block = {};
+  block.postFirstOrder = true;
   for (int lane = 0; lane < lanes_; ++lane) {
     const int32_t len = n[lane];
     if (len <= 0) continue;
@@ -154,9 +155,7 @@ void StreamBatch::runLanes(const double* const* in, double* const* out, const in
         std::memmove(out[lane], in[lane], sizeof(double) * static_cast<size_t>(len));
       continue;
     }
-    // A chain of another shape, or post sections the kernels cannot run as
-    // first order in this block: its own plain loop.
-    if (!fx.captureChain(chains[lane]) || !fast::postCascadeIsFirstOrder(chains[lane])) {
+    if (!fx.captureChain(chains[lane])) {  // a chain of another shape: its own plain loop
       fx.runChain(in[lane], out[lane], len, ramps[lane]);
       fx.endBlock(len);
       continue;
@@ -177,6 +176,7 @@ void StreamBatch::runLanes(const double* const* in, double* const* out, const in
     block.outputLevel[lane] = described.outputLevel;
     block.clipEntries = described.clipEntries;
     block.clipScale = described.clipScale;
+    block.postFirstOrder = block.postFirstOrder && fast::postCascadeIsFirstOrder(chains[lane]);
     loadLane(lane, chains[lane]);
   }
 
