@@ -57,8 +57,7 @@ KernelChoice bestKernel() {
 
 StreamBatch::StreamBatch(float sampleRate, KernelChoice kernel)
     : sampleRate_(sampleRate), kernel_(kernel), lanes_(kernel.lanes), state_(new LaneState()) {
-  effects_.resize(static_cast<size_t>(lanes_));
-  for (int lane = 0; lane < lanes_; ++lane) startStream(lane, Knobs{});
+  effects_.resize(static_cast<size_t>(lanes_));  // each made when its lane is first used
 }
 
 StreamBatch::~StreamBatch() = default;
@@ -74,7 +73,10 @@ void StreamBatch::startStream(int lane, const Knobs& knobs) {
   effects_[static_cast<size_t>(lane)] = std::move(fx);
 }
 
-VELTRAX& StreamBatch::effect(int lane) { return *effects_[static_cast<size_t>(lane)]; }
+VELTRAX& StreamBatch::effect(int lane) {
+  if (!effects_[static_cast<size_t>(lane)]) startStream(lane, Knobs{});
+  return *effects_[static_cast<size_t>(lane)];
+}
 
 void StreamBatch::processBlock(const double* const* in, double* const* out, const int32_t* n) {
   if (!kernel_.run) {
@@ -82,7 +84,7 @@ void StreamBatch::processBlock(const double* const* in, double* const* out, cons
       if (n[lane] <= 0) continue;
       double* laneIn = const_cast<double*>(in[lane]);
       double* laneOut = out[lane];
-      effects_[static_cast<size_t>(lane)]->processDoubleReplacing(&laneIn, &laneOut, n[lane]);
+      effect(lane).processDoubleReplacing(&laneIn, &laneOut, n[lane]);
     }
     return;
   }
@@ -149,7 +151,7 @@ void StreamBatch::runLanes(const double* const* in, double* const* out, const in
   for (int lane = 0; lane < lanes_; ++lane) {
     const int32_t len = n[lane];
     if (len <= 0) continue;
-    VELTRAX& fx = *effects_[static_cast<size_t>(lane)];
+    VELTRAX& fx = effect(lane);
     if (!fx.beginBlock(len, ramps[lane])) {  // no rate yet or no memory: pass through
       if (in[lane] != out[lane])
         std::memmove(out[lane], in[lane], sizeof(double) * static_cast<size_t>(len));

@@ -51,7 +51,8 @@ class StreamBatch {
   // A new stream in `lane`: a fresh instance at the batch's rate with these knobs.
   void startStream(int lane, const Knobs& knobs);
   // The lane's instance, for knob changes between blocks (setParameter,
-  // programs): they take effect at its next block, as a host's do.
+  // programs): they take effect at its next block, as a host's do. A lane
+  // that has had no stream gets one with the default knobs here.
   VELTRAX& effect(int lane);
 
   // One block per lane: lane l turns n[l] samples of in[l] into out[l]
