@@ -38,21 +38,31 @@ void fromLane(const LaneState& st, int section, int lane, fast::SectionBank& ban
 }  // namespace
 
 int supportedKernels(KernelChoice* choices, int capacity) {
-  KernelChoice all[3];
+  KernelChoice all[4];
   int count = 0;
 #if defined(__x86_64__)
-  if (cpuHasAvx512()) all[count++] = {"avx512", runLanesAvx512, 8};
-  if (cpuHasAvx2()) all[count++] = {"avx2", runLanesAvx2, 4};
+  if (cpuHasAvx512()) all[count++] = {"avx512", runLanesAvx512, 8, Engine::plain};
+  if (cpuHasAvx2()) all[count++] = {"avx2", runLanesAvx2, 4, Engine::plain};
 #endif
-  all[count++] = {"plain", nullptr, kMaxLanes};
-  for (int i = 0; i < count && i < capacity; ++i) choices[i] = all[i];
-  return count;
+  all[count++] = {"fast", nullptr, 1, Engine::fast};
+  all[count++] = {"plain", nullptr, 1, Engine::plain};
+  const int filled = count < capacity ? count : capacity;
+  for (int i = 0; i < filled; ++i) choices[i] = all[i];
+  return filled;
 }
 
 KernelChoice bestKernel() {
   KernelChoice best;
   supportedKernels(&best, 1);
   return best;
+}
+
+KernelChoice kernelFor(size_t streams) {
+  KernelChoice all[4];
+  const int count = supportedKernels(all, 4);
+  for (int i = 0; i < count; ++i)
+    if (!all[i].run || 2 * streams > static_cast<size_t>(all[i].lanes)) return all[i];
+  return all[count - 1];
 }
 
 StreamBatch::StreamBatch(float sampleRate, KernelChoice kernel)
@@ -64,7 +74,8 @@ StreamBatch::~StreamBatch() = default;
 
 void StreamBatch::startStream(int lane, const Knobs& knobs) {
   std::unique_ptr<VELTRAX> fx(new VELTRAX(nullptr));
-  fx->selectEngine(Engine::plain);  // the reference loop where the lanes do not apply
+  // With a lane kernel: the reference loop where the lanes do not apply.
+  fx->selectEngine(kernel_.run ? Engine::plain : kernel_.engine);
   fx->setParameter(VELTRAX::kOnOff, knobs.onOff);
   fx->setParameter(VELTRAX::kVolume, knobs.volume);
   fx->setParameter(VELTRAX::kTone, knobs.tone);
@@ -265,7 +276,7 @@ void renderStreams(StreamJob* jobs, size_t count, float sampleRate, int32_t bloc
                    KernelChoice kernel) {
   if (count == 0 || blockSize <= 0) return;
   std::atomic<size_t> next{0};
-  // No more threads than full batches of streams: a half-empty batch costs
+  // No more threads than batches: a half-empty batch of a lane kernel costs
   // as much as a full one.
   const size_t lanes = static_cast<size_t>(kernel.lanes);
   const size_t batches = (count + lanes - 1) / lanes;
@@ -277,6 +288,11 @@ void renderStreams(StreamJob* jobs, size_t count, float sampleRate, int32_t bloc
                          kernel);
   renderOnOneBatch(jobs, count, next, sampleRate, blockSize, kernel);
   for (std::thread& t : helpers) t.join();
+}
+
+void renderStreams(StreamJob* jobs, size_t count, float sampleRate, int32_t blockSize,
+                   int threads) {
+  renderStreams(jobs, count, sampleRate, blockSize, threads, kernelFor(count));
 }
 
 }  // namespace veltrax::multistream

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "dsp/multistream/LaneState.h"
+#include "effect/InternalControl.h"
 
 class VELTRAX;
 namespace veltrax::fast {
@@ -22,22 +23,30 @@ struct ChainState;
 namespace veltrax::multistream {
 
 struct KernelChoice {
-  const char* name;  // "avx512", "avx2", "plain"
-  LaneKernel run;    // nullptr: the plain loop per stream
-  int lanes;
+  const char* name;  // lane kernels "avx512", "avx2"; one instance per stream "fast", "plain"
+  LaneKernel run;    // nullptr: each stream on its own instance, running `engine`
+  int lanes;         // streams per batch (1 without a lane kernel)
+  Engine engine;     // without a lane kernel: the instances' engine
 };
 
-// The lane kernels this processor can run, best first, then the plain loop
-// (always present). Fills at most `capacity` entries and returns how many.
+// The lane kernels this processor can run, widest first, then each stream on
+// its own instance with the fast engine, then with the plain loop (the
+// reference). Fills at most `capacity` entries and returns how many it filled.
 int supportedKernels(KernelChoice* choices, int capacity);
 KernelChoice bestKernel();
+
+// The choice for `streams` streams: the widest lane kernel they fill more
+// than half of (a lane kernel costs the same however few of its lanes work,
+// and a half-empty one costs more than the streams' own fast instances), else
+// each stream on its own instance with the fast engine.
+KernelChoice kernelFor(size_t streams);
 
 // The pedal's knobs for one stream, 0..1 (On/Off: 1 effect, 0 dry).
 struct Knobs {
   float sustain = 0.5f, tone = 0.5f, volume = 0.5f, onOff = 1.0f;
 };
 
-// Up to kernel.lanes streams (the plain loop: eight). One thread at a time.
+// Up to kernel.lanes streams. One thread at a time.
 class StreamBatch {
  public:
   StreamBatch(float sampleRate, KernelChoice kernel = bestKernel());
@@ -85,8 +94,10 @@ struct StreamJob {
 
 // Renders every job in blocks of `blockSize` samples, streams taking free
 // lanes as earlier ones end, on up to `threads` threads (each with its own
-// batch). Every output equals what one instance gives for the same blocks.
+// batch), with `kernel` or the one kernelFor(count) picks. Every output
+// equals what one instance gives for the same blocks.
 void renderStreams(StreamJob* jobs, size_t count, float sampleRate, int32_t blockSize, int threads,
-                   KernelChoice kernel = bestKernel());
+                   KernelChoice kernel);
+void renderStreams(StreamJob* jobs, size_t count, float sampleRate, int32_t blockSize, int threads);
 
 }  // namespace veltrax::multistream

@@ -100,6 +100,12 @@ std::vector<std::vector<const PlannedFile*>> groupByRate(const std::vector<Plann
   return groups;
 }
 
+size_t channelsOf(const std::vector<const PlannedFile*>& group) {
+  size_t channels = 0;
+  for (const PlannedFile* f : group) channels += static_cast<size_t>(f->channels);
+  return channels;
+}
+
 // Renders one group: every channel of every file in a lane of its own. A
 // three-stage pipeline over rounds of `chunk` frames per file: while round r
 // is processed, round r + 1 is read and round r - 1 written, each on its own
@@ -114,7 +120,7 @@ class GroupRender {
         chunk_((kChunkTarget + block_ - 1) / block_ * block_),  // whole blocks per round
         inputGain_(gainOfDb(settings_.inputGainDb)),
         outputGain_(gainOfDb(settings_.outputGainDb)),
-        kernel_(ms::bestKernel()) {
+        kernel_(ms::kernelFor(channelsOf(group))) {
     for (const PlannedFile* plan : group) open(*plan);
     for (auto& f : files_)
       for (int c = 0; c < f->plan->channels; ++c) lanes_.push_back({f.get(), c});
