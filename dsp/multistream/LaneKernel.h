@@ -5,16 +5,17 @@
 // (no FMA). Everything here has internal linkage, so the copies never mix.
 //
 // Every lane performs exactly the scalar operations of the plain per-sample
-// loop, in the same order, so every value is the plain loop's. Only the
-// schedule differs, and two terms are left out as the fast engine leaves them
-// out (dsp/FastChainKernel.h), which can change the sign of a zero and nothing
-// else: the f*0 products of the interpolation's three zero-input sub-samples,
-// and z2 of the two post sections, which are first order (where
-// postCascadeIsFirstOrder holds for every lane; otherwise the block runs them
-// in full). The sections and their
-// counts come from the chain's description (dsp/ChainShape.h). A block runs in
-// chunks of 64 samples, each chunk in four passes, each small enough for its
-// filter states to stay in the vector registers:
+// loop, in the same order. Only the schedule differs, and two terms are left
+// out as the fast engine leaves them out (dsp/FastChainKernel.h): the f*0
+// products of the interpolation's three zero-input sub-samples, and z2 of the
+// two post sections, which are first order (where postCascadeIsFirstOrder
+// holds for every lane; otherwise the block runs them in full). Either can
+// change the sign of a zero inside the clipping section and nothing else, and
+// its table maps +0 and -0 to the same entry, so every output is the plain
+// loop's to the bit. The sections and their counts come from the chain's description
+// (dsp/ChainShape.h). A block runs in chunks (kChunk samples), each chunk in
+// four passes, each small enough for its filter states to stay in the vector
+// registers:
 //
 //   interpolate  pre cascade, drive, four-times interpolation     in  -> sub
 //   shape        clamp, x800, post cascade, clamp, tanh table       sub -> sub
@@ -533,10 +534,10 @@ struct Kernel {
   static constexpr int kOutputSections = W == 8 ? kReviseCount : kReviseCount / 2;
   static constexpr int kOutputFirst = kPowerCount + kReviseCount - kOutputSections;
 
-  // Revise sections [0, kReviseCount - kOutputSections), in place in mid.
-  // Step s: section i on sample s - i.
+  // The first kCount revise sections, in place in mid. Step s: section i on
+  // sample s - i.
+  template <int kCount>
   void reviseHeadPass() {
-    constexpr int kCount = kReviseCount - kOutputSections;
     Section s[kCount];
     for (int i = 0; i < kCount; ++i) s[i] = cascade[kPowerCount + i];
     V carry[kCount] = {};
@@ -685,7 +686,7 @@ struct Kernel {
     interpolatePass<Flat>();
     b.postFirstOrder ? shapePass<true>() : shapePass<false>();
     decimatePass<Gliding, Flat>();
-    if (kOutputSections < kReviseCount) reviseHeadPass();
+    if constexpr (kOutputSections < kReviseCount) reviseHeadPass<kReviseCount - kOutputSections>();
     outputPass<WetOnly, Flat>();
     scatterChunk();
   }
