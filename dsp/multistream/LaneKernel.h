@@ -28,6 +28,7 @@
 #include <immintrin.h>
 #include <cstddef>
 #include <cstdint>
+#include <new>
 
 #include "dsp/SwitchPathScan.h"
 #include "dsp/multistream/LaneState.h"
@@ -47,6 +48,7 @@ using veltrax::multistream::kReviseCount;
 using veltrax::multistream::kReviseFirst;
 namespace chain = veltrax::chain;
 using veltrax::fast::SwitchPath;
+using veltrax::multistream::KernelScratch;
 using veltrax::multistream::LaneBlock;
 using veltrax::multistream::LaneState;
 
@@ -733,10 +735,13 @@ struct Kernel {
 
 namespace veltrax::multistream {
 
-void LANE_KERNEL_ENTRY(LaneState& state, const LaneBlock& block) {
-  Kernel kernel(state, block);
-  kernel.run();
-  kernel.store(state);
+void LANE_KERNEL_ENTRY(LaneState& state, const LaneBlock& block, KernelScratch& scratch) {
+  static_assert(sizeof(Kernel) <= sizeof scratch.bytes && alignof(Kernel) <= alignof(KernelScratch),
+                "the kernel's working set fits the batch's scratch room");
+  Kernel* kernel = new (scratch.bytes) Kernel(state, block);
+  kernel->run();
+  kernel->store(state);
+  kernel->~Kernel();
 }
 
 }  // namespace veltrax::multistream

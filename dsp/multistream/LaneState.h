@@ -65,13 +65,20 @@ struct LaneBlock {
   bool postFirstOrder;
 };
 
+// Room for a lane kernel's working set (its chunk buffers, filter states and
+// coefficients, about 100 KiB), kept with the batch rather than on the
+// caller's stack. Its contents mean nothing between calls.
+struct alignas(64) KernelScratch {
+  unsigned char bytes[112 * 1024];
+};
+
 // Runs samples [from, to) of every lane exactly as the plain per-sample loop
 // runs them for each instance.
-using LaneKernel = void (*)(LaneState& state, const LaneBlock& block);
+using LaneKernel = void (*)(LaneState& state, const LaneBlock& block, KernelScratch& scratch);
 
 #if defined(__x86_64__)
-void runLanesAvx2(LaneState& state, const LaneBlock& block);
-void runLanesAvx512(LaneState& state, const LaneBlock& block);
+void runLanesAvx2(LaneState& state, const LaneBlock& block, KernelScratch& scratch);
+void runLanesAvx512(LaneState& state, const LaneBlock& block, KernelScratch& scratch);
 #endif
 
 }  // namespace veltrax::multistream

@@ -66,7 +66,11 @@ KernelChoice kernelFor(size_t streams) {
 }
 
 StreamBatch::StreamBatch(float sampleRate, KernelChoice kernel)
-    : sampleRate_(sampleRate), kernel_(kernel), lanes_(kernel.lanes), state_(new LaneState()) {
+    : sampleRate_(sampleRate),
+      kernel_(kernel),
+      lanes_(kernel.lanes),
+      state_(new LaneState()),
+      scratch_(kernel.run ? new KernelScratch : nullptr) {
   effects_.resize(static_cast<size_t>(lanes_));  // each made when its lane is first used
 }
 
@@ -200,7 +204,7 @@ void StreamBatch::runLanes(const double* const* in, double* const* out, const in
       if (block.length[lane] > block.from && (block.to == 0 || block.length[lane] < block.to))
         block.to = block.length[lane];
     if (block.to == 0) break;
-    kernel_.run(*state_, block);
+    kernel_.run(*state_, block, *scratch_);
     for (int lane = 0; lane < lanes_; ++lane) {
       if (block.length[lane] != block.to) continue;
       VELTRAX& fx = *effects_[static_cast<size_t>(lane)];

@@ -78,6 +78,7 @@ class StreamBatch {
   int lanes_;
   std::vector<std::unique_ptr<VELTRAX>> effects_;
   std::unique_ptr<LaneState> state_;
+  std::unique_ptr<KernelScratch> scratch_;  // with a lane kernel
 };
 
 // One stream of a whole-signal render: `frames` samples of `in` into `out`
