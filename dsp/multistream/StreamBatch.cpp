@@ -78,8 +78,7 @@ StreamBatch::~StreamBatch() = default;
 
 void StreamBatch::startStream(int lane, const Knobs& knobs) {
   std::unique_ptr<VELTRAX> fx(new VELTRAX(nullptr));
-  // With a lane kernel: the reference loop where the lanes do not apply.
-  fx->selectEngine(kernel_.run ? Engine::plain : kernel_.engine);
+  fx->selectEngine(kernel_.engine);
   fx->setParameter(VELTRAX::kOnOff, knobs.onOff);
   fx->setParameter(VELTRAX::kVolume, knobs.volume);
   fx->setParameter(VELTRAX::kTone, knobs.tone);

@@ -26,7 +26,8 @@ struct KernelChoice {
   const char* name;  // lane kernels "avx512", "avx2"; one instance per stream "fast", "plain"
   LaneKernel run;    // nullptr: each stream on its own instance, running `engine`
   int lanes;         // streams per batch (1 without a lane kernel)
-  Engine engine;     // without a lane kernel: the instances' engine
+  Engine engine;     // what the instances run themselves: every block without a lane
+                     // kernel; with one, only where the lanes do not apply (plain)
 };
 
 // The lane kernels this processor can run, widest first, then each stream on
